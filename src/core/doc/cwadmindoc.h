@@ -1,0 +1,170 @@
+#pragma once
+// The console's single document: the hub through which views, dialogs and
+// pages reach the monitored servers, the services' settings and the shared
+// state (selection, view mode, shown day). Lives on the user-interface thread.
+
+#include "core/app/environment.h"
+#include "core/app/registry.h"
+#include "core/doc/view.h"
+#include "core/ocl/event.h"
+#include "core/ras/rasfunc.h"
+#include "core/ras/rraslibrary.h"
+#include "core/servers/serverlist.h"
+#include "core/ui/frame.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class CServicePipeClient;
+
+namespace ViewMode {
+inline constexpr int Status = 0;
+inline constexpr int History = 1;
+inline constexpr int Usage = 2;
+inline constexpr int Statistics = 3;
+} // namespace ViewMode
+
+// Selection kinds: the image index of the selected tree node.
+namespace NodeKind {
+inline constexpr int ServersRoot = 0;
+inline constexpr int Server = 1;
+inline constexpr int Port = 3;
+inline constexpr int AccountsRoot = 6;
+inline constexpr int User = 8;
+inline constexpr int Domain = 9;
+inline constexpr int Group = 10;
+inline constexpr int Default = 12;
+} // namespace NodeKind
+
+inline const QString kNone = QStringLiteral("*");
+
+class CCwadminDoc : public QObject {
+    Q_OBJECT
+public:
+    CCwadminDoc(const CEnvironment& environment, CRasBinding& rasBinding, QObject* parent = nullptr);
+    ~CCwadminDoc() override;
+
+    // Where fetch notices go (the application object) and what shows status.
+    void SetNotifyTarget(QObject* target) { m_notifyTarget = target; }
+    QObject* NotifyTarget() const { return m_notifyTarget; }
+    void SetFrame(IFrame* frame) { m_frame = frame; }
+    IFrame* Frame() const { return m_frame; }
+
+    const CEnvironment& Environment() const { return m_env; }
+    CRegistry& Registry() { return m_registry; }
+    CRASFunc& RasFunc() { return *m_rasFunc; }
+    CRrasLibrary& Rras() { return m_rras; }
+    CServerList& Servers() { return *m_servers; }
+    CServicePipeClient& Pipe() { return *m_pipe; }
+
+    // Views.
+    void AddView(IView* view);
+    void RemoveView(IView* view);
+    const std::vector<IView*>& Views() const { return m_views; }
+    void UpdateAllViews(IView* sender, int hint = Hint::None, const CHintObject* hintObject = nullptr);
+
+    // Registry access on a computer ("" means this one) under
+    // "Software\Osterline Technologies\Callwarden\<subkey>". Nothing is created.
+    // ReadRegDWORD stores 0 when the computer or key cannot be opened and leaves
+    // *value alone when only the value is missing; ReadRegString never touches
+    // *value on failure.
+    bool ReadRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD* value);
+    bool SetRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD value);
+    bool ReadRegString(const QString& computer, const QString& subkey, const QString& name, QString* value);
+    bool SetRegString(const QString& computer, const QString& subkey, const QString& name, const QString& value);
+
+    bool OnNewDocument();
+    void updateAllServersData();
+    void UpdateServerData(int number, bool force);
+    void UpdateServerData(const QString& name, bool force);
+    int GetServerNumberByName(const QString& name) const;
+    CServer* GetServerByName(const QString& name);
+    bool SaveServerProperties(int number);
+    // 0 unknown, 1 running, 2 not running.
+    int IsServiceRunning(const QString& computer, bool trackingService);
+
+    void SetStatus(const QString& text);
+    QString TimeToLocalString(qint64 time, bool withDate, int flags = 0) const;
+    void ReportNoMasterServer(const QString& text);
+    bool MasterKnown() const { return m_servers->MasterKnown(); }
+    void GetLangLocaleOnMaster(const QString& master);
+    DWORD LanguageLocale() const { return m_languageLocale; }
+    void Splash(bool show);
+    void Trace(const QString& place, const QString& text, int number);
+
+    // The status-bar busy animation: runs on the calling thread, drawing the block
+    // through draw(x) every 20 ms, until "WaitProgressDraw" is signalled; then clear().
+    void WaitProgress(const std::function<int()>& paneWidth, const std::function<void(int)>& draw,
+                      const std::function<void()>& clear);
+    OCL::ManualResetEvent& WaitProgressEvent() { return *m_waitProgressDraw; }
+
+    // The shown day of the session history.
+    void NavigateTo(int year, int month, int day);
+    void Navigate(int direction);
+    int ShownYear() const { return m_year; }
+    int ShownMonth() const { return m_month; }
+    int ShownDay() const { return m_day; }
+
+    // Port and account operations over the RAS access layer.
+    BOOL Update_ServerPortDataTemp(int serverIndex, const QString& portName);
+    int GetUserRASPrivs(const QString& server, const QString& user);
+    BOOL SetUserRASPrivs(const QString& server, const QString& user, BYTE privileges);
+    DWORD DisconnectPort(const QString& serverName, const QString& portName);
+    QString PortDetailFile() const;
+
+    // The document's port-information records for the port detail view.
+    OCL::RAS_PORT_1 m_port1{};
+    OCL::RAS_PORT_STATISTICS m_portStatistics{};
+    QString m_callbackNumber;
+
+    // Shared state.
+    int m_initialising = 0;
+    int m_forceRefresh = 0;
+    int m_usersReloadPending = 0;
+    int m_viewMode = ViewMode::Status;
+    quint32 m_historyColumns = 0xFFFFFFFF;
+    int m_showSeconds = 0;
+    int m_autoSizeColumns = 1;
+    qint32 m_consoleTimeBias = 0;
+    int m_busy = 0;
+
+    int m_selectionKind = NodeKind::ServersRoot;
+    QString m_selectedServer = kNone;
+    QString m_selectedPort = kNone;
+    QString m_selectedDomain = kNone;
+    QString m_selectedGroup = kNone;
+    QString m_selectedUser = kNone;
+    int m_allAccounts = 0;
+
+private:
+    const CEnvironment& m_env;
+    CRegistry m_registry;
+    CRrasLibrary m_rras;
+    std::unique_ptr<CRASFunc> m_rasFunc;
+    std::unique_ptr<CServerList> m_servers;
+    std::unique_ptr<CServicePipeClient> m_pipe;
+    std::unique_ptr<OCL::ManualResetEvent> m_waitProgressDraw;
+    QObject* m_notifyTarget = nullptr;
+    IFrame* m_frame = nullptr;
+    std::vector<IView*> m_views;
+    DWORD m_languageLocale = 0;
+    int m_year = 0;
+    int m_month = 0;
+    int m_day = 0;
+};
+
+// The status-bar busy block: 25 pixels wide, from 24 pixels left of the pane,
+// one pixel a step, turning at the pane's width less 3 and back at -24.
+class CWaitBlock {
+public:
+    int Position() const { return m_x; }
+    int Step(int paneWidth);
+
+private:
+    int m_x = -24;
+    int m_direction = 1;
+};
