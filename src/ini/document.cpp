@@ -75,8 +75,9 @@ std::shared_ptr<const Document> Document::Parse(std::string bytes) {
         while (p < contentEnd && IsBlank(data[p]))
             ++p;
 
-        if (p == contentEnd) {
-            // Blank line: belongs to the section but is no place for new keys.
+        if (p == contentEnd || data[p] == '\0') {
+            // Blank line, or the zero-filled tail a crash leaves: belongs to the
+            // section but is no key and no place for new keys.
         } else if (data[p] == '[') {
             if (current)
                 current->bodyEnd = pos;

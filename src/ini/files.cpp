@@ -230,7 +230,8 @@ bool Files::Apply(const fs::path& path, const Edit& edit, std::string* error) {
         }
     }
     std::string updated = edit.ApplyTo(current);
-    if (stamp && updated == current)
+    // Nothing to change, or nothing to delete from a file that is not there.
+    if (updated == current && (stamp || updated.empty()))
         return true;
     return WriteAll(path, updated, error);
 }

@@ -9,7 +9,8 @@
 //  - Inside a section, a line "name=value" is a key; name and value are trimmed of
 //    blanks and tabs, and one pair of double quotes around the whole value is
 //    dropped. A non-blank line without '=' is a key with an empty value. A line
-//    whose first non-blank character is ';' is a comment.
+//    whose first non-blank character is ';' is a comment; one that starts with a
+//    NUL byte (the zero-filled tail of a crashed write) is skipped.
 //  - Lines before the first section are ignored. Lines end at LF; a CR before it
 //    is not part of the line. A text ends at its first NUL byte.
 //  - Names compare without regard to case (ASCII and the Windows-1252 letters).
@@ -17,8 +18,8 @@
 //    name in it; the other duplicates stay in the file and in the bulk read.
 //
 // Writing
-//  - A changed value is replaced in place; a new key goes after the last key line
-//    of its section; a new section goes to the end of the file. New lines end
+//  - A changed value is replaced in place; a new key goes after the last key or
+//    comment line of its section; a new section goes to the end of the file. New lines end
 //    with CRLF. Deleting a key removes its lines from the first section of that
 //    name; deleting a section removes every section of that name.
 //  - The new bytes go to a temporary file beside the target, which then replaces
@@ -162,7 +163,7 @@ public:
     std::vector<std::string> KeyNames(const std::filesystem::path& path, std::string_view section);
 
     // WritePrivateProfileString: a null key deletes the section, a null value the key.
-    // Creates the file when missing. False, with a reason in *error, when the file
+    // Creates the file when missing and something is to be written. False, with a reason in *error, when the file
     // could not be written; the file is then as it was.
     bool WriteString(const std::filesystem::path& path, std::string_view section,
                      std::optional<std::string_view> key, std::optional<std::string_view> value,
