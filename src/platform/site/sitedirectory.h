@@ -12,7 +12,7 @@
 //                                                     folder (or absolute); empty = absent
 //                         [Shares] \\HOST\SHARE=/dir  a real folder standing in for a share
 //   network.ini           providers, domains, computers, groups, members, users
-//                         (see network.h of the site)
+//                         (see sitenetwork.h and docs/site-format.md)
 //   hosts/NAME/           one folder per computer; NAME is matched without case
 //     host.ini            [Host] Reachable=1 (0: every remote call answers 53)
 //                                AccessDenied=0 (1: every remote call answers 5)
