@@ -166,8 +166,13 @@ private:
         for (std::string_view part : parts)
             if (part.empty())
                 return Fail("a key path holds an empty name");
-        if (CRegHive::CanonicalRoot(parts[0]).empty())
-            return Fail("\"" + std::string(parts[0]) + "\" is not a registry root");
+        if (CRegHive::CanonicalRoot(parts[0]).empty()) {
+            // Built step by step: GCC 12 at -O3 warns wrongly about a chain of "+".
+            std::string message = "\"";
+            message += parts[0];
+            message += "\" is not a registry root";
+            return Fail(message);
+        }
 
         m_seenKey = true;
         RegNode* node = m_result.hive.AddRoot(parts[0]);

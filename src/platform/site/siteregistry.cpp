@@ -90,10 +90,10 @@ HKEY CSiteRegistry::NewHandle(std::shared_ptr<const Target> target) {
 LONG CSiteRegistry::Resolve(HKEY key, std::shared_ptr<const Target>* target) {
     if (const char* root = RootName(key)) {
         auto host = m_site->FindHost("");
-        if (!host)
-            return LONG(Err::BadNetPath);
         auto t = std::make_shared<Target>();
-        t->file = host->dir / "registry.reg";
+        // This computer always has a registry; on a site that does not describe
+        // it, that registry is empty and cannot be written.
+        t->file = host ? host->dir / "registry.reg" : m_site->Root() / "hosts" / "?" / "registry.reg";
         t->root = root;
         *target = std::move(t);
         return LONG(Err::Success);

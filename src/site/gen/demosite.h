@@ -1,0 +1,23 @@
+#pragma once
+// cwsite init: writes the demo network with weeks of history into a folder.
+
+#include <QString>
+#include <QStringList>
+
+struct CDemoOptions {
+    quint32 seed = 1999;
+    qint64 now = 0;   // 0: the current time; the history ends here
+    int logDays = 30; // days of current logs, today included
+    int oldDays = 5;  // migrated days before them
+};
+
+struct CDemoSummary {
+    QStringList servers; // one line per monitored server
+    QString masterShare;
+    int accounts = 0;
+    int profiles = 0;
+    int events = 0;
+    int liveSessions = 0;
+};
+
+bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummary* summary, QString* error);
