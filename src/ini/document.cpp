@@ -8,7 +8,9 @@
 namespace OCL::Ini {
 namespace {
 
-inline bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+inline bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 // Lower case as the profile functions fold names: ASCII and the Windows-1252 letters.
 inline unsigned char Fold(unsigned char c) {
@@ -87,7 +89,8 @@ std::shared_ptr<const Document> Document::Parse(std::string bytes) {
             span.bodyEnd = size;
             std::uint32_t nameBegin = p + 1;
             const void* close = std::memchr(data + nameBegin, ']', contentEnd - nameBegin);
-            std::uint32_t nameEnd = close ? std::uint32_t(static_cast<const char*>(close) - data) : contentEnd;
+            std::uint32_t nameEnd =
+                close ? std::uint32_t(static_cast<const char*>(close) - data) : contentEnd;
             while (nameBegin < nameEnd && IsBlank(data[nameBegin]))
                 ++nameBegin;
             while (nameEnd > nameBegin && IsBlank(data[nameEnd - 1]))
@@ -139,7 +142,9 @@ std::string_view Document::SectionName(std::size_t section) const {
     return {m_bytes.data() + s.nameBegin, s.nameLength};
 }
 
-std::size_t Document::KeyCount(std::size_t section) const { return m_sections[section].keyCount; }
+std::size_t Document::KeyCount(std::size_t section) const {
+    return m_sections[section].keyCount;
+}
 
 std::string_view Document::KeyName(std::size_t section, std::size_t key) const {
     const KeyLine& k = m_keys[m_sections[section].firstKey + key];

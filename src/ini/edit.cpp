@@ -12,7 +12,9 @@ std::string OneLine(std::string_view text) {
     return out;
 }
 
-bool EndsWithLineEnd(const std::string& bytes) { return bytes.empty() || bytes.back() == '\n'; }
+bool EndsWithLineEnd(const std::string& bytes) {
+    return bytes.empty() || bytes.back() == '\n';
+}
 
 std::string SetValue(std::string bytes, const std::string& section, const std::string& key,
                      const std::string& value) {

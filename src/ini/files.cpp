@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <system_error>
 
@@ -120,7 +120,8 @@ std::shared_ptr<const Document> Files::Read(const fs::path& path) {
     return document;
 }
 
-void Files::Remember(const std::string& key, const FileStamp& stamp, std::shared_ptr<const Document> document) {
+void Files::Remember(const std::string& key, const FileStamp& stamp,
+                     std::shared_ptr<const Document> document) {
     std::lock_guard lock(m_mutex);
     const std::size_t size = document->Bytes().size();
     if (size > m_options.cacheBytes)

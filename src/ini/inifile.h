@@ -63,9 +63,9 @@ public:
 
     // Where things are in the bytes; used by the writer.
     struct KeyLine {
-        std::uint32_t lineBegin;  // first byte of the line
-        std::uint32_t lineEnd;    // one past the line's content (before CR/LF)
-        std::uint32_t nextLine;   // first byte of the following line
+        std::uint32_t lineBegin; // first byte of the line
+        std::uint32_t lineEnd;   // one past the line's content (before CR/LF)
+        std::uint32_t nextLine;  // first byte of the following line
         std::uint32_t nameBegin, nameLength;
         std::uint32_t valueBegin, valueLength; // the value as returned (trimmed, unquoted, cut)
         std::uint32_t rawValueBegin;           // first byte after '=' (lineEnd when none)
@@ -163,8 +163,8 @@ public:
     std::vector<std::string> KeyNames(const std::filesystem::path& path, std::string_view section);
 
     // WritePrivateProfileString: a null key deletes the section, a null value the key.
-    // Creates the file when missing and something is to be written. False, with a reason in *error, when the file
-    // could not be written; the file is then as it was.
+    // Creates the file when missing and something is to be written. False, with a reason in *error, when the
+    // file could not be written; the file is then as it was.
     bool WriteString(const std::filesystem::path& path, std::string_view section,
                      std::optional<std::string_view> key, std::optional<std::string_view> value,
                      std::string* error = nullptr);

@@ -90,18 +90,21 @@ public:
     virtual DWORD ServerEnum(const std::u16string& domain, DWORD serverType, DWORD prefMaxLen,
                              std::vector<std::u16string>* names, DWORD* totalEntries, DWORD* resume) = 0;
     // NetGetDCName: the primary domain controller's name in the form "\\NAME".
-    virtual DWORD GetDCName(const std::u16string& server, const std::u16string& domain, std::u16string* dcName) = 0;
+    virtual DWORD GetDCName(const std::u16string& server, const std::u16string& domain,
+                            std::u16string* dcName) = 0;
     // NetGroupEnum, NetUserEnum, NetGroupGetUsers and NetLocalGroupEnum at level 0.
     // Each call appends one page of names (prefMaxLen bytes) and returns MoreData
     // while further pages remain, with *resume advanced.
-    virtual DWORD GroupEnum(const std::u16string& server, DWORD prefMaxLen, std::vector<std::u16string>* names,
-                            DWORD* totalEntries, DWORD_PTR* resume) = 0;
+    virtual DWORD GroupEnum(const std::u16string& server, DWORD prefMaxLen,
+                            std::vector<std::u16string>* names, DWORD* totalEntries, DWORD_PTR* resume) = 0;
     virtual DWORD UserEnum(const std::u16string& server, DWORD filter, DWORD prefMaxLen,
                            std::vector<std::u16string>* names, DWORD* totalEntries, DWORD* resume) = 0;
     virtual DWORD GroupGetUsers(const std::u16string& server, const std::u16string& group, DWORD prefMaxLen,
-                                std::vector<std::u16string>* names, DWORD* totalEntries, DWORD_PTR* resume) = 0;
+                                std::vector<std::u16string>* names, DWORD* totalEntries,
+                                DWORD_PTR* resume) = 0;
     virtual DWORD LocalGroupEnum(const std::u16string& server, DWORD prefMaxLen,
-                                 std::vector<std::u16string>* names, DWORD* totalEntries, DWORD_PTR* resume) = 0;
+                                 std::vector<std::u16string>* names, DWORD* totalEntries,
+                                 DWORD_PTR* resume) = 0;
 };
 
 } // namespace OCL

@@ -181,7 +181,8 @@ using PFN_RasAdminPortGetInfo = DWORD(OCL_WINAPI*)(const WCHAR* server, const WC
 using PFN_RasAdminPortDisconnect = DWORD(OCL_WINAPI*)(const WCHAR* server, const WCHAR* port);
 using PFN_RasAdminPortClearStatistics = DWORD(OCL_WINAPI*)(const WCHAR* server, const WCHAR* port);
 using PFN_RasAdminUserGetInfo = DWORD(OCL_WINAPI*)(const WCHAR* server, const WCHAR* user, RAS_USER_0* info);
-using PFN_RasAdminUserSetInfo = DWORD(OCL_WINAPI*)(const WCHAR* server, const WCHAR* user, const RAS_USER_0* info);
+using PFN_RasAdminUserSetInfo = DWORD(OCL_WINAPI*)(const WCHAR* server, const WCHAR* user,
+                                                   const RAS_USER_0* info);
 using PFN_RasAdminServerGetInfo = DWORD(OCL_WINAPI*)(const WCHAR* server, RAS_SERVER_0* info);
 }
 

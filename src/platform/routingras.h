@@ -24,7 +24,8 @@ using PFN_RRAS_UpdatePortData = BOOL (*)(const char* server, DWORD* entries);
 // Entry index of the last refreshed table: port name (60 bytes), "DOMAIN\user"
 // (80 bytes, empty when idle), the client's IPv4 address packed most significant
 // byte first, and the session start (seconds since 1970, 0 when idle).
-using PFN_RRAS_GetPortData = BOOL (*)(DWORD index, char* portName, char* user, DWORD* address, DWORD* startTime);
+using PFN_RRAS_GetPortData = BOOL (*)(DWORD index, char* portName, char* user, DWORD* address,
+                                      DWORD* startTime);
 // Writes the port's details as section "PS" of the profile file at path.
 // 0 or 666 on success, any other value is an error code.
 using PFN_RRAS_CreatePortViewData = DWORD (*)(const char* server, const char* port, const char* path);

@@ -48,7 +48,8 @@ public:
     // OpenSCManager: machine "\\NAME", "NAME" or empty for this computer.
     virtual DWORD OpenManager(const std::string& machine, DWORD access, SC_HANDLE* result) = 0;
     // OpenService.
-    virtual DWORD Open(SC_HANDLE manager, const std::string& serviceName, DWORD access, SC_HANDLE* result) = 0;
+    virtual DWORD Open(SC_HANDLE manager, const std::string& serviceName, DWORD access,
+                       SC_HANDLE* result) = 0;
     // StartService without arguments.
     virtual DWORD Start(SC_HANDLE service) = 0;
     // ControlService.

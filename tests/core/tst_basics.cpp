@@ -52,15 +52,24 @@ void TestBasics::portOrder_data() {
     QTest::addColumn<QString>("a");
     QTest::addColumn<QString>("b");
     QTest::addColumn<bool>("less");
-    QTest::newRow("COM2 < COM10") << "COM2" << "COM10" << true;
-    QTest::newRow("COM10 !< COM2") << "COM10" << "COM2" << false;
-    QTest::newRow("same length plain") << "COM12" << "ISDN1" << true;
-    QTest::newRow("same length reversed") << "ISDN1" << "COM12" << false;
-    QTest::newRow("equal") << "COM1" << "COM1" << false;
-    QTest::newRow("prefix shorter wins") << "VPN" << "VPN1-0" << true;
-    QTest::newRow("difference before digits") << "ABC10" << "ABD2" << true;
-    QTest::newRow("digit against letter counts as 0") << "A1" << "AB7" << false;
-    QTest::newRow("numbers past the shorter length") << "X9" << "X10" << true;
+    QTest::newRow("COM2 < COM10") << "COM2"
+                                  << "COM10" << true;
+    QTest::newRow("COM10 !< COM2") << "COM10"
+                                   << "COM2" << false;
+    QTest::newRow("same length plain") << "COM12"
+                                       << "ISDN1" << true;
+    QTest::newRow("same length reversed") << "ISDN1"
+                                          << "COM12" << false;
+    QTest::newRow("equal") << "COM1"
+                           << "COM1" << false;
+    QTest::newRow("prefix shorter wins") << "VPN"
+                                         << "VPN1-0" << true;
+    QTest::newRow("difference before digits") << "ABC10"
+                                              << "ABD2" << true;
+    QTest::newRow("digit against letter counts as 0") << "A1"
+                                                      << "AB7" << false;
+    QTest::newRow("numbers past the shorter length") << "X9"
+                                                     << "X10" << true;
 }
 
 void TestBasics::portOrder() {
@@ -255,9 +264,15 @@ void TestBasics::pipeName_data() {
     QTest::addColumn<QString>("server");
     QTest::addColumn<QString>("console");
     QTest::addColumn<QString>("pipe");
-    QTest::newRow("own computer") << "ADMINPC" << "ADMINPC" << "\\\\.\\pipe\\cwsvcpipe";
-    QTest::newRow("other letter case") << "adminpc" << "ADMINPC" << "\\\\adminpc\\pipe\\cwsvcpipe";
-    QTest::newRow("other server") << "RAS1" << "ADMINPC" << "\\\\RAS1\\pipe\\cwsvcpipe";
+    QTest::newRow("own computer") << "ADMINPC"
+                                  << "ADMINPC"
+                                  << "\\\\.\\pipe\\cwsvcpipe";
+    QTest::newRow("other letter case") << "adminpc"
+                                       << "ADMINPC"
+                                       << "\\\\adminpc\\pipe\\cwsvcpipe";
+    QTest::newRow("other server") << "RAS1"
+                                  << "ADMINPC"
+                                  << "\\\\RAS1\\pipe\\cwsvcpipe";
 }
 
 void TestBasics::pipeName() {
@@ -289,13 +304,16 @@ void TestBasics::connectOutcome() {
 void TestBasics::failureText_data() {
     QTest::addColumn<uint>("error");
     QTest::addColumn<QString>("text");
-    QTest::newRow("2") << 2u
-                       << "Failed to send the request to server RAS1. Windows NT returned error code 2.\n\nIs the "
-                          "Callwarden Service running on this server?";
-    QTest::newRow("5") << 5u
-                       << "Failed to send the request to server RAS1. Windows NT returned error code 5.\n\nYou do "
-                          "not have access rights to that server.";
-    QTest::newRow("121") << 121u << "Failed to send the request to server RAS1. Windows NT returned error code 121.";
+    QTest::newRow("2")
+        << 2u
+        << "Failed to send the request to server RAS1. Windows NT returned error code 2.\n\nIs the "
+           "Callwarden Service running on this server?";
+    QTest::newRow("5")
+        << 5u
+        << "Failed to send the request to server RAS1. Windows NT returned error code 5.\n\nYou do "
+           "not have access rights to that server.";
+    QTest::newRow("121") << 121u
+                         << "Failed to send the request to server RAS1. Windows NT returned error code 121.";
 }
 
 void TestBasics::failureText() {

@@ -12,8 +12,8 @@ QString ToQString(std::string_view ansi) {
 }
 
 std::string FromQString(const QString& text) {
-    return OCL::Ansi::FromUtf16(std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()),
-                                                    std::size_t(text.size())));
+    return OCL::Ansi::FromUtf16(
+        std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()), std::size_t(text.size())));
 }
 
 void CopyToField(char* field, std::size_t size, std::string_view text) {

@@ -11,7 +11,9 @@ namespace {
 
 constexpr DWORD kStringBuffer = 600;
 
-std::string Ansi(const QString& text) { return CAnsi::FromQString(text); }
+std::string Ansi(const QString& text) {
+    return CAnsi::FromQString(text);
+}
 
 } // namespace
 
@@ -32,7 +34,8 @@ LONG CRegistry::Open(const QString& server, const QString& section, RegKeyGuard&
     return reg.OpenKey(root, Ansi(KeyFor(section)), key.Out());
 }
 
-BOOL CRegistry::ReadDWORD(const QString& server, const QString& section, const QString& name, DWORD* value) const {
+BOOL CRegistry::ReadDWORD(const QString& server, const QString& section, const QString& name,
+                          DWORD* value) const {
     RegKeyGuard connection(m_env.Registry()), key(m_env.Registry());
     DWORD data = 0;
     DWORD size = sizeof data;
@@ -46,12 +49,13 @@ BOOL CRegistry::ReadDWORD(const QString& server, const QString& section, const Q
     return 1;
 }
 
-BOOL CRegistry::SetDWORD(const QString& server, const QString& section, const QString& name, DWORD value) const {
+BOOL CRegistry::SetDWORD(const QString& server, const QString& section, const QString& name,
+                         DWORD value) const {
     RegKeyGuard connection(m_env.Registry()), key(m_env.Registry());
     if (Open(server, section, connection, key) != Err::Success)
         return 0;
-    return m_env.Registry().SetValue(key.Get(), Ansi(name), RegType::Dword, reinterpret_cast<const BYTE*>(&value),
-                                     sizeof value) == Err::Success;
+    return m_env.Registry().SetValue(key.Get(), Ansi(name), RegType::Dword,
+                                     reinterpret_cast<const BYTE*>(&value), sizeof value) == Err::Success;
 }
 
 BOOL CRegistry::ReadString(const QString& server, const QString& section, const QString& name,
@@ -74,10 +78,12 @@ BOOL CRegistry::SetString(const QString& server, const QString& section, const Q
         return 0;
     const std::string bytes = Ansi(text);
     return m_env.Registry().SetValue(key.Get(), Ansi(name), RegType::Sz,
-                                     reinterpret_cast<const BYTE*>(bytes.data()), DWORD(bytes.size())) == Err::Success;
+                                     reinterpret_cast<const BYTE*>(bytes.data()),
+                                     DWORD(bytes.size())) == Err::Success;
 }
 
-bool CRegistry::ReadText(HKEY root, const char* subKey, const char* name, DWORD size, std::string* value) const {
+bool CRegistry::ReadText(HKEY root, const char* subKey, const char* name, DWORD size,
+                         std::string* value) const {
     RegKeyGuard key(m_env.Registry());
     if (m_env.Registry().OpenKey(root, subKey, key.Out()) != Err::Success)
         return false;
@@ -123,10 +129,11 @@ BOOL CRegistry::IsRRAS(const QString& server) const {
 
     std::string text;
     if (GetOSVersion(server) > 4.0) {
-        if (root && ReadText(root, "System\\CurrentControlSet\\Services\\RemoteAccess", "DisplayName", kStringBuffer,
-                             &text) &&
-            QString::compare(CAnsi::ToQString(text), QStringLiteral("Remote Access Service"), Qt::CaseInsensitive) ==
-                0)
+        if (root &&
+            ReadText(root, "System\\CurrentControlSet\\Services\\RemoteAccess", "DisplayName", kStringBuffer,
+                     &text) &&
+            QString::compare(CAnsi::ToQString(text), QStringLiteral("Remote Access Service"),
+                             Qt::CaseInsensitive) == 0)
             return 0;
         return 1;
     }
@@ -134,7 +141,8 @@ BOOL CRegistry::IsRRAS(const QString& server) const {
     // version-4.0 server without "RAS Type" counts as classic RAS.
     if (root && ReadText(root, "Software\\Microsoft\\RAS\\CurrentVersion", "Title", kStringBuffer, &text) &&
         text.size() >= 7 &&
-        QString::compare(CAnsi::ToQString(text.substr(0, 7)), QStringLiteral("Routin2"), Qt::CaseInsensitive) == 0)
+        QString::compare(CAnsi::ToQString(text.substr(0, 7)), QStringLiteral("Routin2"),
+                         Qt::CaseInsensitive) == 0)
         return 1;
     return 0;
 }
@@ -145,14 +153,15 @@ double CRegistry::GetOSVersion(const QString& server) const {
         if (m_env.Registry().Connect(Ansi(server), Hkey::LocalMachine, connection.Out()) != Err::Success)
             return 0.0;
         std::string text;
-        if (!ReadText(connection.Get(), "Software\\Microsoft\\Windows NT\\CurrentVersion", "CurrentVersion", 100,
-                      &text))
+        if (!ReadText(connection.Get(), "Software\\Microsoft\\Windows NT\\CurrentVersion", "CurrentVersion",
+                      100, &text))
             return 0.0;
         return std::atof(text.c_str());
     }
     OsVersionInfo info;
     if (m_env.System().VersionInfo(&info) != Err::Success) {
-        m_env.Prompter().Inform(QStringLiteral("Failed to determine local OS type\n"), IPrompter::Icon::Error);
+        m_env.Prompter().Inform(QStringLiteral("Failed to determine local OS type\n"),
+                                IPrompter::Icon::Error);
         return 0.0;
     }
     if (info.platformId != PlatformId::WindowsNt) {

@@ -25,10 +25,12 @@ public:
     BOOL SetDWORD(const QString& server, const QString& section, const QString& name, DWORD value) const;
     // Reads through a 600-byte buffer; *value is untouched on failure. A stored
     // string without terminator reads as its bytes.
-    BOOL ReadString(const QString& server, const QString& section, const QString& name, std::string* value) const;
+    BOOL ReadString(const QString& server, const QString& section, const QString& name,
+                    std::string* value) const;
     // REG_SZ whose length is the text's length without the terminator, as the
     // service's other writers do; readers cope with the missing terminator.
-    BOOL SetString(const QString& server, const QString& section, const QString& name, const QString& text) const;
+    BOOL SetString(const QString& server, const QString& section, const QString& name,
+                   const QString& text) const;
 
     // 1 for Routing and RAS, 0 for classic RAS.
     BOOL IsRRAS(const QString& server) const;
@@ -43,7 +45,8 @@ private:
     OCL::LONG Open(const QString& server, const QString& section, OCL::RegKeyGuard& connection,
                    OCL::RegKeyGuard& key) const;
     // Reads a string value of at most size bytes from subKey of an open root.
-    bool ReadText(OCL::HKEY root, const char* subKey, const char* name, OCL::DWORD size, std::string* value) const;
+    bool ReadText(OCL::HKEY root, const char* subKey, const char* name, OCL::DWORD size,
+                  std::string* value) const;
 
     const CEnvironment& m_env;
 };

@@ -31,7 +31,9 @@ void CCwadminDoc::AddView(IView* view) {
         m_views.push_back(view);
 }
 
-void CCwadminDoc::RemoveView(IView* view) { std::erase(m_views, view); }
+void CCwadminDoc::RemoveView(IView* view) {
+    std::erase(m_views, view);
+}
 
 void CCwadminDoc::UpdateAllViews(IView* sender, int hint, const CHintObject* hintObject) {
     // A view may replace itself or others while being told; walk a copy and skip
@@ -78,9 +80,11 @@ bool CCwadminDoc::OnNewDocument() {
     {
         RegKeyGuard key(m_env.Registry());
         DWORD size = sizeof bias;
-        if (m_env.Registry().OpenKey(Hkey::LocalMachine, "System\\CurrentControlSet\\Control\\TimeZoneInformation",
+        if (m_env.Registry().OpenKey(Hkey::LocalMachine,
+                                     "System\\CurrentControlSet\\Control\\TimeZoneInformation",
                                      key.Out()) == Err::Success)
-            m_env.Registry().QueryValue(key.Get(), "ActiveTimeBias", nullptr, reinterpret_cast<BYTE*>(&bias), &size);
+            m_env.Registry().QueryValue(key.Get(), "ActiveTimeBias", nullptr, reinterpret_cast<BYTE*>(&bias),
+                                        &size);
     }
     m_consoleTimeBias = qint32(bias);
 
@@ -123,12 +127,14 @@ void CCwadminDoc::GetLangLocaleOnMaster(const QString& master) {
     RegKeyGuard users(reg), key(reg);
     if (reg.Connect(CAnsi::FromQString(master), Hkey::Users, users.Out()) != Err::Success) {
         m_languageLocale = 1024;
-    } else if (reg.OpenKey(users.Get(), ".default\\Control Panel\\International", key.Out()) != Err::Success) {
+    } else if (reg.OpenKey(users.Get(), ".default\\Control Panel\\International", key.Out()) !=
+               Err::Success) {
         m_languageLocale = 1024;
     } else {
         char text[200] = {};
         DWORD size = sizeof text - 1;
-        if (reg.QueryValue(key.Get(), "Locale", nullptr, reinterpret_cast<BYTE*>(text), &size) == Err::Success) {
+        if (reg.QueryValue(key.Get(), "Locale", nullptr, reinterpret_cast<BYTE*>(text), &size) ==
+            Err::Success) {
             // Read as "%x" reads it: leading hexadecimal digits.
             const std::string_view digits = CAnsi::FieldText(text, size);
             DWORD locale = 0;
@@ -137,9 +143,10 @@ void CCwadminDoc::GetLangLocaleOnMaster(const QString& master) {
             while (i < digits.size() && (digits[i] == ' ' || digits[i] == '\t'))
                 ++i;
             for (; i < digits.size() && std::isxdigit(static_cast<unsigned char>(digits[i])); ++i, any = true)
-                locale = locale * 16 + DWORD(std::isdigit(static_cast<unsigned char>(digits[i]))
-                                                 ? digits[i] - '0'
-                                                 : (std::tolower(static_cast<unsigned char>(digits[i])) - 'a' + 10));
+                locale = locale * 16 +
+                         DWORD(std::isdigit(static_cast<unsigned char>(digits[i]))
+                                   ? digits[i] - '0'
+                                   : (std::tolower(static_cast<unsigned char>(digits[i])) - 'a' + 10));
             if (any)
                 m_languageLocale = locale;
         } else {

@@ -75,7 +75,8 @@ public:
     bool ReadRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD* value);
     bool SetRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD value);
     bool ReadRegString(const QString& computer, const QString& subkey, const QString& name, QString* value);
-    bool SetRegString(const QString& computer, const QString& subkey, const QString& name, const QString& value);
+    bool SetRegString(const QString& computer, const QString& subkey, const QString& name,
+                      const QString& value);
 
     bool OnNewDocument();
     void updateAllServersData();

@@ -18,14 +18,17 @@ BOOL CCwadminDoc::Update_ServerPortDataTemp(int serverIndex, const QString& port
 
     if (server.m_rasKind == RasKindValue::Rras) {
         if (!m_rras.Init()) {
-            m_env.Prompter().Inform(QStringLiteral("Failed to initialize RRAS interface"), IPrompter::Icon::Error);
+            m_env.Prompter().Inform(QStringLiteral("Failed to initialize RRAS interface"),
+                                    IPrompter::Icon::Error);
             return 0;
         }
         const std::string file = CAnsi::FromQString(PortDetailFile());
         m_env.Files().WriteString(file, "PS", std::string_view("UserName"), std::string_view("*"));
-        const DWORD rc = m_rras.CreatePortViewData(CAnsi::FromQString(path), CAnsi::FromQString(portName), file);
+        const DWORD rc =
+            m_rras.CreatePortViewData(CAnsi::FromQString(path), CAnsi::FromQString(portName), file);
         if (rc != 0 && rc != RrasPortViewOk) {
-            m_env.Prompter().Inform(QStringLiteral("Error %1 when attempting to read RRAS data from port.").arg(rc));
+            m_env.Prompter().Inform(
+                QStringLiteral("Error %1 when attempting to read RRAS data from port.").arg(rc));
             return 0;
         }
         return 1;
@@ -35,7 +38,8 @@ BOOL CCwadminDoc::Update_ServerPortDataTemp(int serverIndex, const QString& port
     RAS_PARAMETERS* parameters = nullptr;
     const DWORD rc = m_rasFunc->PortGetInfo(path, portName, &m_port1, &m_portStatistics, &parameters);
     if (rc != Err::Success) {
-        m_env.Prompter().Inform(QStringLiteral("Error %1 when attempting to read RAS data from port.").arg(rc));
+        m_env.Prompter().Inform(
+            QStringLiteral("Error %1 when attempting to read RAS data from port.").arg(rc));
         return 0;
     }
     if (parameters)

@@ -23,7 +23,8 @@ LONG OpenProductKey(IRegistry& reg, const QString& computer, const QString& subk
 
 } // namespace
 
-bool CCwadminDoc::ReadRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD* value) {
+bool CCwadminDoc::ReadRegDWORD(const QString& computer, const QString& subkey, const QString& name,
+                               DWORD* value) {
     IRegistry& reg = m_env.Registry();
     RegKeyGuard connection(reg), key(reg);
     if (OpenProductKey(reg, computer, subkey, connection, key) != Err::Success) {
@@ -39,13 +40,14 @@ bool CCwadminDoc::ReadRegDWORD(const QString& computer, const QString& subkey, c
     return true;
 }
 
-bool CCwadminDoc::SetRegDWORD(const QString& computer, const QString& subkey, const QString& name, DWORD value) {
+bool CCwadminDoc::SetRegDWORD(const QString& computer, const QString& subkey, const QString& name,
+                              DWORD value) {
     IRegistry& reg = m_env.Registry();
     RegKeyGuard connection(reg), key(reg);
     if (OpenProductKey(reg, computer, subkey, connection, key) != Err::Success)
         return false;
-    return reg.SetValue(key.Get(), CAnsi::FromQString(name), RegType::Dword, reinterpret_cast<const BYTE*>(&value),
-                        sizeof value) == Err::Success;
+    return reg.SetValue(key.Get(), CAnsi::FromQString(name), RegType::Dword,
+                        reinterpret_cast<const BYTE*>(&value), sizeof value) == Err::Success;
 }
 
 bool CCwadminDoc::ReadRegString(const QString& computer, const QString& subkey, const QString& name,
@@ -56,8 +58,8 @@ bool CCwadminDoc::ReadRegString(const QString& computer, const QString& subkey, 
         return false;
     char buffer[600];
     DWORD size = sizeof buffer;
-    if (reg.QueryValue(key.Get(), CAnsi::FromQString(name), nullptr, reinterpret_cast<BYTE*>(buffer), &size) !=
-        Err::Success)
+    if (reg.QueryValue(key.Get(), CAnsi::FromQString(name), nullptr, reinterpret_cast<BYTE*>(buffer),
+                       &size) != Err::Success)
         return false;
     *value = CAnsi::ToQString(CAnsi::FieldText(buffer, size));
     return true;
@@ -71,6 +73,6 @@ bool CCwadminDoc::SetRegString(const QString& computer, const QString& subkey, c
         return false;
     // The length leaves out the terminator, as the service's own writers do.
     const std::string bytes = CAnsi::FromQString(value);
-    return reg.SetValue(key.Get(), CAnsi::FromQString(name), RegType::Sz, reinterpret_cast<const BYTE*>(bytes.data()),
-                        DWORD(bytes.size())) == Err::Success;
+    return reg.SetValue(key.Get(), CAnsi::FromQString(name), RegType::Sz,
+                        reinterpret_cast<const BYTE*>(bytes.data()), DWORD(bytes.size())) == Err::Success;
 }

@@ -27,7 +27,9 @@ void CCwadminDoc::UpdateServerData(const QString& name, bool force) {
     UpdateServerData(GetServerNumberByName(name), force);
 }
 
-int CCwadminDoc::GetServerNumberByName(const QString& name) const { return m_servers->GetServerNumberByName(name); }
+int CCwadminDoc::GetServerNumberByName(const QString& name) const {
+    return m_servers->GetServerNumberByName(name);
+}
 
 CServer* CCwadminDoc::GetServerByName(const QString& name) {
     const int number = GetServerNumberByName(name);
@@ -68,7 +70,8 @@ bool CCwadminDoc::SaveServerProperties(int number) {
 int CCwadminDoc::IsServiceRunning(const QString& computer, bool trackingService) {
     IServiceControl& control = m_env.Services();
     SC_HANDLE manager = nullptr;
-    if (control.OpenManager(CAnsi::FromQString(computer), ScAccess::ManagerAllAccess, &manager) != Err::Success)
+    if (control.OpenManager(CAnsi::FromQString(computer), ScAccess::ManagerAllAccess, &manager) !=
+        Err::Success)
         return 0;
 
     std::string serviceName = "Callwarden";

@@ -2,7 +2,9 @@
 
 namespace OCL {
 
-Thread::~Thread() { Shutdown(); }
+Thread::~Thread() {
+    Shutdown();
+}
 
 bool Thread::Start() {
     if (m_started.load())

@@ -21,7 +21,9 @@ TraceFile::TraceFile(std::string path) : TraceMedia(std::move(path)) {
         Open(m_path);
 }
 
-TraceFile::~TraceFile() { Close(m_path); }
+TraceFile::~TraceFile() {
+    Close(m_path);
+}
 
 bool TraceFile::Open(const std::string& path) {
     std::lock_guard lock(m_mutex);
@@ -48,12 +50,22 @@ bool TraceFile::Write(const std::string& text) {
     return ok;
 }
 
-TraceIndent::TraceIndent() { ++t_indent; }
-TraceIndent::~TraceIndent() { --t_indent; }
-int TraceIndent::Level() { return t_indent; }
+TraceIndent::TraceIndent() {
+    ++t_indent;
+}
+TraceIndent::~TraceIndent() {
+    --t_indent;
+}
+int TraceIndent::Level() {
+    return t_indent;
+}
 
-void SetTraceSink(TraceMedia* sink) { g_sink.store(sink); }
-TraceMedia* TraceSink() { return g_sink.load(); }
+void SetTraceSink(TraceMedia* sink) {
+    g_sink.store(sink);
+}
+TraceMedia* TraceSink() {
+    return g_sink.load();
+}
 
 std::string TraceLine(unsigned tick, int indent, const std::string& text) {
     char prefix[64];

@@ -34,8 +34,8 @@ CServicePipeClient::Result CServicePipeClient::Request(const QString& pipeName, 
 
 QByteArray CServicePipeClient::ConnectRequest(const QString& port, const QString& account,
                                               const QString& consoleComputer) {
-    return QByteArray::fromStdString(CAnsi::FromQString(
-        QStringLiteral("0,%1,%2,%3,0,0,0").arg(port, account, consoleComputer)));
+    return QByteArray::fromStdString(
+        CAnsi::FromQString(QStringLiteral("0,%1,%2,%3,0,0,0").arg(port, account, consoleComputer)));
 }
 
 QByteArray CServicePipeClient::HangUpRequest(const QString& port, const QString& account,
@@ -52,9 +52,10 @@ CServicePipeClient::Outcome CServicePipeClient::ConnectOutcome(const QByteArray&
 }
 
 QString CServicePipeClient::FailureText(const QString& server, DWORD error) {
-    QString text = QStringLiteral("Failed to send the request to server %1. Windows NT returned error code %2.")
-                       .arg(server)
-                       .arg(error);
+    QString text =
+        QStringLiteral("Failed to send the request to server %1. Windows NT returned error code %2.")
+            .arg(server)
+            .arg(error);
     if (error == Err::FileNotFound)
         text += QStringLiteral("\n\nIs the Callwarden Service running on this server?");
     else if (error == Err::AccessDenied)

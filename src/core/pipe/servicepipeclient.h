@@ -26,16 +26,17 @@ public:
     void SendUpdateNotice(const QString& server);
 
     struct Result {
-        DWORD error = 0;   // 0 on success
-        QByteArray reply;  // cut at the bytes read
+        DWORD error = 0;  // 0 on success
+        QByteArray reply; // cut at the bytes read
         DWORD elapsedMs = 0;
     };
     // One transaction; the request goes without a terminating zero.
     Result Request(const QString& pipeName, const QByteArray& request, DWORD replySize);
 
-    static QByteArray ConnectRequest(const QString& port, const QString& account, const QString& consoleComputer);
-    static QByteArray HangUpRequest(const QString& port, const QString& account, const QString& consoleComputer,
-                                    qint64 now);
+    static QByteArray ConnectRequest(const QString& port, const QString& account,
+                                     const QString& consoleComputer);
+    static QByteArray HangUpRequest(const QString& port, const QString& account,
+                                    const QString& consoleComputer, qint64 now);
 
     enum class Outcome { Unchanged, Accepted, NotAccepted };
     // A reply of two or more characters decides by its first; shorter ones leave

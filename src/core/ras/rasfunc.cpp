@@ -6,7 +6,8 @@ namespace {
 constexpr DWORD kProcNotFound = 127;
 }
 
-CRASFunc::CRASFunc(const CEnvironment& environment, CRasBinding& binding) : m_env(environment), m_binding(binding) {
+CRASFunc::CRASFunc(const CEnvironment& environment, CRasBinding& binding)
+    : m_env(environment), m_binding(binding) {
     Init();
 }
 
@@ -26,8 +27,9 @@ BOOL CRASFunc::Init() {
         rc = modules.Load("RASSAPI.DLL", LoadFlags::DontResolveDllReferences, &module);
     if (rc != Err::Success) {
         m_env.Prompter().Inform(
-            QStringLiteral("Error when loading RASSAPI.DLL (code:%1)\n\nVerify that the file exists in your search "
-                           "path.\n")
+            QStringLiteral(
+                "Error when loading RASSAPI.DLL (code:%1)\n\nVerify that the file exists in your search "
+                "path.\n")
                 .arg(rc));
         return 0;
     }
@@ -115,14 +117,15 @@ BOOL CRRASFunc::Init() {
     if (rc != Err::Success)
         rc = modules.Load("MPRAPI.DLL", LoadFlags::DontResolveDllReferences, &module);
     if (rc != Err::Success) {
-        m_env.Prompter().Inform(
-            QStringLiteral("Error when loading MPRAPI.DLL. Verify that the file exists in your search path."));
+        m_env.Prompter().Inform(QStringLiteral(
+            "Error when loading MPRAPI.DLL. Verify that the file exists in your search path."));
         return 0;
     }
     m_module = module;
     m_serverConnect = modules.Symbol(module, "RasAdminServerConnect");
     if (!m_serverConnect)
-        m_env.Prompter().Inform(QStringLiteral("Error when loading MPRAPI.DLL: Unable to locate ordinal 0x001."));
+        m_env.Prompter().Inform(
+            QStringLiteral("Error when loading MPRAPI.DLL: Unable to locate ordinal 0x001."));
     m_bound = true;
     return 1;
 }

@@ -25,9 +25,9 @@ public:
     CRasBinding& operator=(const CRasBinding&) = delete;
 
     static constexpr std::array<const char*, 9> kNames = {
-        "RasAdminPortEnum",        "RasAdminFreeBuffer",          "RasAdminGetErrorString",
-        "RasAdminPortGetInfo",     "RasAdminPortDisconnect",      "RasAdminPortClearStatistics",
-        "RasAdminUserGetInfo",     "RasAdminUserSetInfo",         "RasAdminServerGetInfo"};
+        "RasAdminPortEnum",    "RasAdminFreeBuffer",     "RasAdminGetErrorString",
+        "RasAdminPortGetInfo", "RasAdminPortDisconnect", "RasAdminPortClearStatistics",
+        "RasAdminUserGetInfo", "RasAdminUserSetInfo",    "RasAdminServerGetInfo"};
 
     std::mutex mutex;
     bool bound = false;

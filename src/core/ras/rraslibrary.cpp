@@ -14,17 +14,22 @@ bool CRrasLibrary::Bind() {
     if (m_modules.Load("_CWADMIN", LoadFlags::None, &module) != Err::Success)
         return false;
     m_init = reinterpret_cast<PFN_RRAS_Init>(m_modules.Symbol(module, "RRAS_Init"));
-    m_getNumberOfPorts = reinterpret_cast<PFN_RRAS_GetNumberOfPorts>(m_modules.Symbol(module, "RRAS_GetNumberOfPorts"));
-    m_updatePortData = reinterpret_cast<PFN_RRAS_UpdatePortData>(m_modules.Symbol(module, "RRAS_UpdatePortData"));
+    m_getNumberOfPorts =
+        reinterpret_cast<PFN_RRAS_GetNumberOfPorts>(m_modules.Symbol(module, "RRAS_GetNumberOfPorts"));
+    m_updatePortData =
+        reinterpret_cast<PFN_RRAS_UpdatePortData>(m_modules.Symbol(module, "RRAS_UpdatePortData"));
     m_getPortData = reinterpret_cast<PFN_RRAS_GetPortData>(m_modules.Symbol(module, "RRAS_GetPortData"));
     m_createPortViewData =
         reinterpret_cast<PFN_RRAS_CreatePortViewData>(m_modules.Symbol(module, "RRAS_CreatePortViewData"));
-    m_disconnectPort = reinterpret_cast<PFN_RRAS_DisconnectPort>(m_modules.Symbol(module, "RRAS_DisconnectPort"));
+    m_disconnectPort =
+        reinterpret_cast<PFN_RRAS_DisconnectPort>(m_modules.Symbol(module, "RRAS_DisconnectPort"));
     m_bound = true;
     return true;
 }
 
-BOOL CRrasLibrary::Init() { return Bind() && m_init ? m_init() : 0; }
+BOOL CRrasLibrary::Init() {
+    return Bind() && m_init ? m_init() : 0;
+}
 
 BOOL CRrasLibrary::GetNumberOfPorts(const std::string& server, DWORD* ports, DWORD* busy) {
     return Bind() && m_getNumberOfPorts ? m_getNumberOfPorts(server.c_str(), ports, busy) : 0;
@@ -38,7 +43,8 @@ BOOL CRrasLibrary::GetPortData(DWORD index, char* portName, char* user, DWORD* a
     return Bind() && m_getPortData ? m_getPortData(index, portName, user, address, startTime) : 0;
 }
 
-DWORD CRrasLibrary::CreatePortViewData(const std::string& server, const std::string& port, const std::string& path) {
+DWORD CRrasLibrary::CreatePortViewData(const std::string& server, const std::string& port,
+                                       const std::string& path) {
     return Bind() && m_createPortViewData ? m_createPortViewData(server.c_str(), port.c_str(), path.c_str())
                                           : kProcNotFound;
 }

@@ -22,17 +22,23 @@ bool Query(IRegistry& reg, HKEY key, const char* name, void* buffer, DWORD capac
 }
 
 // A text read into a fixed buffer, cut at its terminator or the buffer's end.
-std::string Text(const char* buffer, std::size_t size) { return std::string(CAnsi::FieldText(buffer, size)); }
+std::string Text(const char* buffer, std::size_t size) {
+    return std::string(CAnsi::FieldText(buffer, size));
+}
 
-std::string Narrow(const WCHAR* text) { return Ansi::FromUtf16(std::u16string_view(text)); }
+std::string Narrow(const WCHAR* text) {
+    return Ansi::FromUtf16(std::u16string_view(text));
+}
 
 } // namespace
 
-CServerFetcherThread::CServerFetcherThread(CServerList& list, std::size_t index, CServer& server, CRASFunc& rasFunc,
-                                           CFetchContext context)
+CServerFetcherThread::CServerFetcherThread(CServerList& list, std::size_t index, CServer& server,
+                                           CRASFunc& rasFunc, CFetchContext context)
     : m_list(list), m_index(index), m_server(server), m_rasFunc(rasFunc), m_context(context) {}
 
-CServerFetcherThread::~CServerFetcherThread() { Shutdown(); }
+CServerFetcherThread::~CServerFetcherThread() {
+    Shutdown();
+}
 
 bool CServerFetcherThread::UpdateIfChanged(CServer& server, char* target, std::size_t size, const char* value,
                                            DWORD bit) {
@@ -142,11 +148,11 @@ BOOL CServerFetcherThread::GetRegistryData(CServer& server) {
         UpdateIfChanged(server, server.m_odbcDsn, sizeof server.m_odbcDsn, Text(odbc, sizeof odbc).c_str(),
                         ChangeBit::Odbc);
         Query(reg, key.Get(), "ODBC_Account", odbc, sizeof odbc);
-        UpdateIfChanged(server, server.m_odbcAccount, sizeof server.m_odbcAccount, Text(odbc, sizeof odbc).c_str(),
-                        ChangeBit::Odbc);
+        UpdateIfChanged(server, server.m_odbcAccount, sizeof server.m_odbcAccount,
+                        Text(odbc, sizeof odbc).c_str(), ChangeBit::Odbc);
         Query(reg, key.Get(), "ODBC_Password", odbc, sizeof odbc);
-        UpdateIfChanged(server, server.m_odbcPassword, sizeof server.m_odbcPassword, Text(odbc, sizeof odbc).c_str(),
-                        ChangeBit::Odbc);
+        UpdateIfChanged(server, server.m_odbcPassword, sizeof server.m_odbcPassword,
+                        Text(odbc, sizeof odbc).c_str(), ChangeBit::Odbc);
         static const char* const exportNames[5] = {"ExportDates", "ExportDays", "ExportHours", "ExportUsers",
                                                    "ExportHistory"};
         DWORD number = 0;
@@ -160,7 +166,8 @@ BOOL CServerFetcherThread::GetRegistryData(CServer& server) {
     // that cannot be read leaves the one before it in the slot.
     const QString qname = CAnsi::ToQString(path);
     DWORD slot = 0;
-    m_context.registry.ReadDWORD(qname, QStringLiteral("Service"), QStringLiteral("LogSessionEventsToEventLog"), &slot);
+    m_context.registry.ReadDWORD(qname, QStringLiteral("Service"),
+                                 QStringLiteral("LogSessionEventsToEventLog"), &slot);
     UpdateIfChanged(server, server.m_logToEventLog, slot != 0 ? 1 : 0, ChangeBit::Settings);
     m_context.registry.ReadDWORD(qname, QStringLiteral("Service"), QStringLiteral("StaticIP"), &slot);
     UpdateIfChanged(server, server.m_staticIP, slot != 0 ? 1 : 0, ChangeBit::Settings);
@@ -172,10 +179,11 @@ BOOL CServerFetcherThread::GetRegistryData(CServer& server) {
 
     {
         RegKeyGuard zone(reg);
-        if (reg.OpenKey(connection.Get(), "System\\CurrentControlSet\\Control\\TimeZoneInformation", zone.Out()) ==
-            Err::Success)
+        if (reg.OpenKey(connection.Get(), "System\\CurrentControlSet\\Control\\TimeZoneInformation",
+                        zone.Out()) == Err::Success)
             Query(reg, zone.Get(), "ActiveTimeBias", &slot, sizeof slot);
-        UpdateIfChanged(server, server.m_timeBias, long(static_cast<std::int32_t>(slot)), ChangeBit::Settings);
+        UpdateIfChanged(server, server.m_timeBias, long(static_cast<std::int32_t>(slot)),
+                        ChangeBit::Settings);
     }
 
     char version[100] = {};
@@ -221,7 +229,8 @@ BOOL CServerFetcherThread::GetClassicPorts(CServer& server, const std::string& p
         const std::string user = port.dwStartSessionTime == 0
                                      ? std::string()
                                      : Narrow(port.wszLogonDomain) + "\\" + Narrow(port.wszUserName);
-        UpdateIfChanged(server, slot.name, sizeof slot.name, Narrow(port.wszPortName).c_str(), ChangeBit::Ports);
+        UpdateIfChanged(server, slot.name, sizeof slot.name, Narrow(port.wszPortName).c_str(),
+                        ChangeBit::Ports);
         UpdateIfChanged(server, slot.user, sizeof slot.user, user.c_str(), ChangeBit::Ports);
         if (UpdateIfChanged(server, slot.startTime, port.dwStartSessionTime, ChangeBit::Ports)) {
             auto lock = server.Lock();

@@ -19,7 +19,8 @@ public:
 
     // The four ways of assigning a fetched value: nothing changes when the value
     // is the same; otherwise it is stored and bit is added to the change mask.
-    static bool UpdateIfChanged(CServer& server, char* target, std::size_t size, const char* value, DWORD bit);
+    static bool UpdateIfChanged(CServer& server, char* target, std::size_t size, const char* value,
+                                DWORD bit);
     static bool UpdateIfChanged(CServer& server, long& target, long value, DWORD bit);
     static bool UpdateIfChanged(CServer& server, DWORD& target, DWORD value, DWORD bit);
     static bool UpdateIfChanged(CServer& server, BOOL& target, BOOL value, DWORD bit);

@@ -24,7 +24,9 @@ CServer::CServer(const QString& name) : m_id(g_nextId++) {
     CAnsi::CopyToField(m_name, CAnsi::FromQString(name));
 }
 
-CServer::CServer(const CServer& other) : m_id(other.m_id), m_ownsFetcher(false) { CopyFields(other); }
+CServer::CServer(const CServer& other) : m_id(other.m_id), m_ownsFetcher(false) {
+    CopyFields(other);
+}
 
 CServer& CServer::operator=(const CServer& other) {
     if (this == &other)
@@ -72,7 +74,9 @@ void CServer::CopyFields(const CServer& other) {
     m_changeMask = other.m_changeMask;
 }
 
-QString CServer::Name() const { return CAnsi::ToQString(CAnsi::FieldText(m_name)); }
+QString CServer::Name() const {
+    return CAnsi::ToQString(CAnsi::FieldText(m_name));
+}
 
 int CServer::SlotCount() const {
     return m_portCount == kUnknown ? 0 : int(std::min<DWORD>(m_portCount, kPortSlots));

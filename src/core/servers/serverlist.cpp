@@ -9,7 +9,9 @@
 
 using namespace OCL;
 
-CServerList::CServerList(CFetchContext context) : m_context(context) { Load(); }
+CServerList::CServerList(CFetchContext context) : m_context(context) {
+    Load();
+}
 
 CServerList::~CServerList() {
     m_servers.clear();
@@ -22,7 +24,8 @@ void CServerList::Load() {
     const LONG rc = reg.OpenKey(Hkey::LocalMachine, kServersKey, key.Out());
     if (rc != Err::Success) {
         m_context.environment.Prompter().Inform(
-            QStringLiteral("Failed to open the SERVERS key in the registry. Error %1.").arg(rc), IPrompter::Icon::Error);
+            QStringLiteral("Failed to open the SERVERS key in the registry. Error %1.").arg(rc),
+            IPrompter::Icon::Error);
         return;
     }
     char name[100];

@@ -23,8 +23,8 @@ void DrawEmblem(QPainter& p, const QRectF& box) {
     const qreal h = box.height();
     QPainterPath shield;
     shield.moveTo(box.left() + w * 0.5, box.top());
-    shield.cubicTo(box.left() + w * 0.75, box.top() + h * 0.08, box.right(), box.top() + h * 0.08, box.right(),
-                   box.top() + h * 0.12);
+    shield.cubicTo(box.left() + w * 0.75, box.top() + h * 0.08, box.right(), box.top() + h * 0.08,
+                   box.right(), box.top() + h * 0.12);
     shield.lineTo(box.right(), box.top() + h * 0.5);
     shield.cubicTo(box.right(), box.top() + h * 0.78, box.left() + w * 0.72, box.top() + h * 0.92,
                    box.left() + w * 0.5, box.bottom());
@@ -104,7 +104,8 @@ QPixmap CArtwork::ProductBitmap(QSize size, qreal devicePixelRatio) {
     subtitle.setPixelSize(int(area.height() * 0.075));
     p.setFont(subtitle);
     p.setPen(kSignal);
-    p.drawText(text.translated(0, area.height() * 0.16), Qt::AlignLeft | Qt::AlignVCenter, u"Administrator"_s);
+    p.drawText(text.translated(0, area.height() * 0.16), Qt::AlignLeft | Qt::AlignVCenter,
+               u"Administrator"_s);
 
     QFont small(u"DejaVu Sans"_s);
     small.setPixelSize(qMax(8, int(area.height() * 0.05)));

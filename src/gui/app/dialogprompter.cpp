@@ -11,7 +11,8 @@ CDialogPrompter::Answer CDialogPrompter::Message(const QString& text, const QStr
         return Show(text, caption, icon, buttons);
     if (buttons == Buttons::Ok) {
         QMetaObject::invokeMethod(
-            this, [this, text, caption, icon] { Show(text, caption, icon, Buttons::Ok); }, Qt::QueuedConnection);
+            this, [this, text, caption, icon] { Show(text, caption, icon, Buttons::Ok); },
+            Qt::QueuedConnection);
         return Ok;
     }
     Answer answer = Cancel;
@@ -77,6 +78,7 @@ QString CDialogPrompter::SaveFileName(const QString& caption, const QString& fil
     return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
 
-QString CDialogPrompter::OpenFileName(const QString& caption, const QString& fileName, const QString& filter) {
+QString CDialogPrompter::OpenFileName(const QString& caption, const QString& fileName,
+                                      const QString& filter) {
     return QFileDialog::getOpenFileName(m_window, caption, fileName, filter);
 }

@@ -30,9 +30,10 @@ CAboutDialog::CAboutDialog(QWidget* parent) : QDialog(parent) {
     auto* picture = new QLabel(this);
     picture->setPixmap(CArtwork::ProductBitmap(QSize(400, 240), devicePixelRatioF()));
     layout->addWidget(picture);
-    auto* text = new QLabel(u"Callwarden Administrator %1\nThe console of the Callwarden dial-in tracking service."_s
-                                .arg(QApplication::applicationVersion()),
-                            this);
+    auto* text = new QLabel(
+        u"Callwarden Administrator %1\nThe console of the Callwarden dial-in tracking service."_s.arg(
+            QApplication::applicationVersion()),
+        this);
     text->setAlignment(Qt::AlignCenter);
     layout->addWidget(text);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);

@@ -1,11 +1,21 @@
 #include "gui/frame/mainframe.h"
 
 #include "gui/app/artwork.h"
+#include "gui/app/icons.h"
 #include "gui/app/splash.h"
+#include "gui/frame/containerview.h"
+#include "gui/toolkit/consolesettings.h"
+#include "gui/toolkit/outbar.h"
+#include "gui/views/nodeview.h"
+#include "gui/views/rightview.h"
+#include "gui/views/serversview.h"
 
 #include <QApplication>
+#include <QCloseEvent>
+#include <QDate>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QLocale>
-#include <QMenuBar>
 #include <QStatusBar>
 
 using namespace Qt::StringLiterals;
@@ -14,36 +24,32 @@ namespace {
 const QString kCaption = u"Callwarden Administrator"_s;
 }
 
+const char* const CMainFrame::kWebSite = "https://www.osterline-technologies.example/callwarden/";
+const char* const CMainFrame::kLatestVersionPage =
+    "https://www.osterline-technologies.example/callwarden/latest.html";
+
 CMainFrame::CMainFrame(CCwadminDoc& document, QWidget* parent) : QMainWindow(parent), m_doc(document) {
     setObjectName(u"mainFrame"_s);
     setWindowTitle(kCaption);
     setWindowIcon(CArtwork::ApplicationIcon());
-
-    m_splitter = new QSplitter(Qt::Horizontal, this);
-    m_splitter->setObjectName(u"containerSplitter"_s);
-    m_tree = new QTreeWidget(m_splitter);
-    m_tree->setObjectName(u"nodeTree"_s);
-    m_tree->setHeaderHidden(true);
-    m_rightPane = new QWidget(m_splitter);
-    m_rightPane->setObjectName(u"rightPane"_s);
-    m_splitter->setSizes({200, 600});
-    m_splitter->setStretchFactor(1, 1);
-    setCentralWidget(m_splitter);
-
-    for (int i = 0; i < 3; ++i) {
-        m_panes[i] = new QLabel(this);
-        m_panes[i]->setObjectName(u"statusPane%1"_s.arg(i));
-    }
-    m_panes[1]->setFixedWidth(105);
-    m_panes[2]->setFixedWidth(80);
-    statusBar()->addWidget(m_panes[0], 1);
-    statusBar()->addPermanentWidget(m_panes[1]);
-    statusBar()->addPermanentWidget(m_panes[2]);
-    SetStatus(u"Ready"_s);
-
-    CreateMenus();
-    resize(900, 600);
     m_doc.SetFrame(this);
+
+    CreateLayout();
+    CreateCommands();
+    CreateMenusAndToolbar();
+
+    m_refreshTimer.setObjectName(u"refreshTimer"_s);
+    connect(&m_refreshTimer, &QTimer::timeout, this, [this] { OnTimer(TIMER_ID_REFRESH_SERVER_DATA); });
+    // The stored choice, or 5 seconds when there is none.
+    DWORD rate = DWORD(kDefaultRefreshRate);
+    if (!m_doc.ReadRegDWORD({}, u"Client"_s, u"View Refresh"_s, &rate))
+        rate = DWORD(kDefaultRefreshRate);
+    SetRefreshRate(qint32(rate));
+
+    resize(960, 640);
+    CConsoleSettings::RestorePlacement(u"MainFrame"_s, this);
+    UpdateDayCommands();
+    NodeView()->OnInitialUpdate();
 }
 
 CMainFrame::~CMainFrame() {
@@ -51,21 +57,64 @@ CMainFrame::~CMainFrame() {
         m_doc.SetFrame(nullptr);
 }
 
-void CMainFrame::CreateMenus() {
-    QMenu* help = menuBar()->addMenu(u"&Help"_s);
-    help->addAction(u"&About Callwarden Administrator..."_s, this, &CMainFrame::OnAppAbout);
+void CMainFrame::CreateLayout() {
+    auto* central = new QWidget(this);
+    central->setObjectName(u"central"_s);
+    auto* layout = new QHBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    m_outBar = new COutBar(central);
+    m_outBar->setFixedWidth(78);
+    const int folder = m_outBar->AddFolder(u"Callwarden"_s);
+    static const char* const items[4] = {"Status", "History", "Usage", "Statistics"};
+    static const ViewClass classes[4] = {ViewClass::Servers, ViewClass::Log, ViewClass::Use, ViewClass::Stat};
+    // Items whose views are not part of this console yet are left out.
+    for (int i = 0; i < 4; ++i)
+        if (CViewRegistry::Available(classes[i]))
+            m_outBar->AddItem(folder, QString::fromLatin1(items[i]), CIcons::ViewMode(i),
+                              CIcons::ViewMode(i));
+    m_outBar->SetSelectedItem(0);
+    m_outBar->SetNotifyHandler(
+        [this](int notice, int f, int item) { return OnOutbarNotify(notice, f, item); });
+    layout->addWidget(m_outBar);
+
+    m_container = new CCwadminView(m_doc, *this, central);
+    layout->addWidget(m_container, 1);
+    setCentralWidget(central);
+
+    for (int i = 0; i < 3; ++i) {
+        m_panes[i] = new QLabel(this);
+        m_panes[i]->setObjectName(u"statusPane%1"_s.arg(i));
+    }
+    m_panes[1]->setFixedWidth(105);
+    m_panes[2]->setFixedWidth(60);
+    statusBar()->addWidget(m_panes[0], 1);
+    statusBar()->addPermanentWidget(m_panes[1]);
+    statusBar()->addPermanentWidget(m_panes[2]);
+    SetStatus(u"Ready"_s);
 }
 
-void CMainFrame::OnAppAbout() {
-    CAboutDialog about(this);
-    about.exec();
+CNodeView* CMainFrame::NodeView() const {
+    return m_container->NodeView();
 }
 
-void CMainFrame::SetStatus(const QString& text) { m_panes[0]->setText(text); }
+CRightView* CMainFrame::RightView() const {
+    return m_container->RightView();
+}
 
-QString CMainFrame::StatusText() const { return m_panes[0]->text(); }
+void CMainFrame::closeEvent(QCloseEvent* event) {
+    CConsoleSettings::SavePlacement(u"MainFrame"_s, this);
+    QMainWindow::closeEvent(event);
+}
 
-QLabel* CMainFrame::StatusPane(int pane) const { return m_panes[pane]; }
+void CMainFrame::SetStatus(const QString& text) {
+    m_panes[0]->setText(text);
+}
+
+QString CMainFrame::StatusText() const {
+    return m_panes[0]->text();
+}
 
 void CMainFrame::RefreshCaption() {
     if (m_doc.m_viewMode == ViewMode::Status || m_doc.ShownYear() == 0) {
@@ -73,7 +122,8 @@ void CMainFrame::RefreshCaption() {
         return;
     }
     const QDate day(m_doc.ShownYear(), m_doc.ShownMonth(), m_doc.ShownDay());
-    setWindowTitle(u"Callwarden Administrator - [%1]"_s.arg(QLocale::system().toString(day, QLocale::LongFormat)));
+    setWindowTitle(
+        u"Callwarden Administrator - [%1]"_s.arg(QLocale::system().toString(day, QLocale::LongFormat)));
 }
 
 void CMainFrame::ShowSplash(bool show) {
@@ -100,18 +150,25 @@ void CMainFrame::EndWait() {
 
 void CMainFrame::ReleaseFinishedFetch(std::size_t index) {
     CServerList& servers = m_doc.Servers();
-    if (servers[index].m_fetcher && servers[index].m_fetchFinished.load())
+    if (index < servers.GetCount() && servers[index].m_fetcher && servers[index].m_fetchFinished.load())
         servers.CleanUpThread(index);
 }
 
 void CMainFrame::OnNewServerState(std::size_t index) {
     ReleaseFinishedFetch(index);
-    const CUpdateServerHint hint(index);
-    m_doc.UpdateAllViews(nullptr, Hint::NewServerState, &hint);
+    // A state change concerns only the server lists; nothing else is disturbed.
+    const std::vector<IView*> views = m_doc.Views();
+    for (IView* view : views)
+        if (auto* servers = dynamic_cast<CServersView*>(view))
+            servers->UpdateServerState(index);
+    if (m_doc.m_selectedServer == m_doc.Servers()[index].Name())
+        UpdateServerCommands();
 }
 
 void CMainFrame::OnNewServerData(std::size_t index) {
     ReleaseFinishedFetch(index);
     const CUpdateServerHint hint(index);
     m_doc.UpdateAllViews(nullptr, Hint::NewServerData, &hint);
+    if (m_doc.m_selectedServer == m_doc.Servers()[index].Name())
+        UpdateServerCommands();
 }

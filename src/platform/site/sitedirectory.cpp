@@ -21,7 +21,9 @@ namespace fs = std::filesystem;
 namespace OCL::Site {
 namespace {
 
-unsigned char FoldChar(unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 32 : c; }
+unsigned char FoldChar(unsigned char c) {
+    return (c >= 'A' && c <= 'Z') ? c + 32 : c;
+}
 
 std::string Upper(std::string text) {
     for (char& c : text)
@@ -130,7 +132,8 @@ std::vector<std::string> SiteDirectory::Problems() const {
     if (!fs::exists(m_root / "site.ini", ec))
         problems.push_back("The site folder " + m_root.string() + " has no site.ini.");
     else if (LocalComputer().empty())
-        problems.push_back((m_root / "site.ini").string() + " does not name the local computer ([Site] LocalComputer).");
+        problems.push_back((m_root / "site.ini").string() +
+                           " does not name the local computer ([Site] LocalComputer).");
     if (!fs::is_directory(m_root / "hosts", ec))
         problems.push_back("The site folder " + m_root.string() + " has no hosts folder.");
     else if (!LocalComputer().empty() && !FindHost(LocalComputer()))
@@ -144,7 +147,9 @@ std::string SiteDirectory::SiteValue(const std::string& section, const std::stri
     return m_files->GetString(m_root / "site.ini", section, key, def);
 }
 
-std::string SiteDirectory::LocalComputer() const { return SiteValue("Site", "LocalComputer", ""); }
+std::string SiteDirectory::LocalComputer() const {
+    return SiteValue("Site", "LocalComputer", "");
+}
 
 std::vector<std::string> SiteDirectory::HostNames() const {
     std::vector<std::string> names;
@@ -251,7 +256,8 @@ std::vector<PortRecord> SiteDirectory::ReadPorts(const HostInfo& host) const {
     return ports;
 }
 
-void SiteDirectory::WritePorts(Ini::Files& files, const fs::path& path, const std::vector<PortRecord>& ports) {
+void SiteDirectory::WritePorts(Ini::Files& files, const fs::path& path,
+                               const std::vector<PortRecord>& ports) {
     std::string text;
     text.reserve(ports.size() * 512);
     auto line = [&text](const char* key, const std::string& value) {
@@ -260,7 +266,9 @@ void SiteDirectory::WritePorts(Ini::Files& files, const fs::path& path, const st
         text += value;
         text += "\r\n";
     };
-    auto number = [&line](const char* key, std::uint64_t value) { line(key, std::to_string(value)); };
+    auto number = [&line](const char* key, std::uint64_t value) {
+        line(key, std::to_string(value));
+    };
     for (const PortRecord& p : ports) {
         text += "[" + p.name + "]\r\n";
         line("DeviceType", p.deviceType);
@@ -294,7 +302,8 @@ void SiteDirectory::WritePorts(Ini::Files& files, const fs::path& path, const st
     files.WriteAll(path, text);
 }
 
-bool SiteDirectory::EditPorts(const HostInfo& host, const std::function<bool(std::vector<PortRecord>&)>& change) const {
+bool SiteDirectory::EditPorts(const HostInfo& host,
+                              const std::function<bool(std::vector<PortRecord>&)>& change) const {
     FileLock lock(host.dir / "ports.lock");
     if (!lock.Locked())
         return false;
@@ -306,7 +315,8 @@ bool SiteDirectory::EditPorts(const HostInfo& host, const std::function<bool(std
     return fs::exists(path);
 }
 
-DWORD SiteDirectory::ServiceState(const HostInfo& host, const std::string& service, std::int64_t nowMs) const {
+DWORD SiteDirectory::ServiceState(const HostInfo& host, const std::string& service,
+                                  std::int64_t nowMs) const {
     auto doc = m_files->Read(host.dir / "services.ini");
     auto s = doc->FindSection(service);
     if (!s)

@@ -119,7 +119,8 @@ public:
     // Runs change on the table under the host's port lock and writes it back when
     // change returns true. False when the table could not be written.
     bool EditPorts(const HostInfo& host, const std::function<bool(std::vector<PortRecord>&)>& change) const;
-    static void WritePorts(Ini::Files& files, const std::filesystem::path& path, const std::vector<PortRecord>& ports);
+    static void WritePorts(Ini::Files& files, const std::filesystem::path& path,
+                           const std::vector<PortRecord>& ports);
 
     // The state of a service on a host (services.ini) at nowMs, a start or stop
     // whose pending phase has run out counted as done; 0 when there is no such service.

@@ -1,0 +1,98 @@
+// The console's entry point: chooses the site it runs on, switches the trace on
+// when asked, and starts the application.
+#include "core/ocl/trace.h"
+#include "gui/app/cwadminapp.h"
+#include "gui/app/screenshots.h"
+#include "platform/site/site.h"
+
+#include <QCommandLineParser>
+#include <QDesktopServices>
+#include <QDir>
+#include <QTimer>
+#include <QUrl>
+
+#include <cstdlib>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The trace file the console declares; on a site it lands in the local
+// computer's drive C.
+constexpr const char* kTraceFile = "C:\\ocl_trace_cwadmin.txt";
+
+QString FromEnvironment(const char* name) {
+    return qEnvironmentVariable(name);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CCwadminApp app(argc, argv);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"The administration console of the Callwarden dial-in tracking service."_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption siteOption(u"site"_s,
+                                        u"The site folder to run on (default: $CWADMIN_SITE, else %1)."_s.arg(
+                                            QString::fromStdString(OCL::Site::DefaultSiteDir().string())),
+                                        u"folder"_s);
+    const QCommandLineOption traceOption(
+        u"trace"_s,
+        u"Write the trace to a file (also $CWADMIN_TRACE; \"1\" names the console's own trace file)."_s,
+        u"file"_s);
+    const QCommandLineOption screenshotOption(
+        u"screenshots"_s,
+        u"Walk through the main windows, save a picture of each into the folder, then quit."_s, u"folder"_s);
+    parser.addOption(siteOption);
+    parser.addOption(traceOption);
+    parser.addOption(screenshotOption);
+    parser.process(app);
+
+    QString site = parser.value(siteOption);
+    if (site.isEmpty())
+        site = FromEnvironment("CWADMIN_SITE");
+    if (site.isEmpty())
+        site = QString::fromStdString(OCL::Site::DefaultSiteDir().string());
+
+    OCL::Site::SiteOptions options;
+    options.moduleFolder = QCoreApplication::applicationDirPath().toStdString();
+    options.opener = [](const std::string& target) {
+        const QString text = QString::fromStdString(target);
+        const QUrl url = text.contains(u"://"_s)
+                             ? QUrl(text)
+                             : QUrl::fromLocalFile(QDir::current().absoluteFilePath(text));
+        QDesktopServices::openUrl(url);
+    };
+    std::unique_ptr<OCL::Platform> platform =
+        OCL::Site::OpenSite(QDir(site).absolutePath().toStdString(), options);
+
+    // The trace is off as the console ships; an option or the environment switches it on.
+    std::unique_ptr<OCL::TraceFile> trace;
+    QString traceTarget = parser.value(traceOption);
+    if (traceTarget.isEmpty())
+        traceTarget = FromEnvironment("CWADMIN_TRACE");
+    if (!traceTarget.isEmpty() && traceTarget != u"0"_s) {
+        std::filesystem::path path = traceTarget.toStdString();
+        if (traceTarget == u"1"_s)
+            platform->shares->Resolve(kTraceFile, &path);
+        std::filesystem::create_directories(path.parent_path());
+        trace = std::make_unique<OCL::TraceFile>(path.string());
+        OCL::SetTraceSink(trace.get());
+        OCL::Trace("%s", CCwadminApp::StartLine(QDateTime::currentDateTime()).toLocal8Bit().constData());
+    }
+
+    if (!app.InitInstance(std::move(platform)))
+        return 1;
+
+    std::unique_ptr<CScreenshotTour> tour;
+    if (parser.isSet(screenshotOption))
+        tour = std::make_unique<CScreenshotTour>(app, parser.value(screenshotOption));
+
+    const int result = app.exec();
+    OCL::SetTraceSink(nullptr);
+    return result;
+}

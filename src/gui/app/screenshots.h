@@ -1,0 +1,40 @@
+#pragma once
+// Walks through the console's main windows on its own, saves a picture of each
+// into a folder and quits: what the main command shows on a machine without a
+// display (it runs the console under a virtual display).
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <functional>
+#include <vector>
+
+class CCwadminApp;
+class QWidget;
+
+class CScreenshotTour : public QObject {
+    Q_OBJECT
+public:
+    CScreenshotTour(CCwadminApp& app, const QString& folder);
+
+    QStringList Saved() const { return m_saved; }
+
+private:
+    struct Step {
+        int delayMs;
+        std::function<void()> action;
+    };
+    void Next();
+    void Save(QWidget* widget, const QString& name);
+    // Opens a modal dialog through open(), waits for it, saves it and closes it.
+    void CaptureModal(const QString& name, const std::function<void()>& open,
+                      const std::function<void(QWidget*)>& prepare = {});
+
+    CCwadminApp& m_app;
+    QString m_folder;
+    std::vector<Step> m_steps;
+    std::size_t m_next = 0;
+    QStringList m_saved;
+    QString m_user;
+};

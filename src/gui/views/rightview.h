@@ -1,0 +1,40 @@
+#pragma once
+// Base of every right-hand view: registered with the document for its updates,
+// told once when first shown, and offered the Edit and print commands when it
+// is the view shown.
+
+#include "core/doc/cwadmindoc.h"
+#include "core/doc/view.h"
+
+#include <QWidget>
+
+class CMainFrame;
+class QPrinter;
+
+class CRightView : public QWidget, public IView {
+    Q_OBJECT
+public:
+    CRightView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent = nullptr);
+    ~CRightView() override;
+
+    CCwadminDoc& Doc() const { return m_doc; }
+    CMainFrame& Frame() const { return m_frame; }
+
+    // The first-show notice the container sends after putting the view in place.
+    virtual void OnInitialUpdate() {}
+    void OnUpdate(IView* sender, int hint, const CHintObject* hintObject) override;
+
+    // Commands routed from the main frame while this view is shown.
+    virtual bool CanEditCopy() const { return false; }
+    virtual void OnEditCopy() {}
+    virtual bool CanEditDelete() const { return false; }
+    virtual void OnEditDelete() {}
+    virtual bool CanEditProperties() const { return false; }
+    virtual void OnEditProperties() {}
+    virtual bool CanPrint() const { return false; }
+    virtual void Print(QPrinter* printer) { Q_UNUSED(printer); }
+
+private:
+    CCwadminDoc& m_doc;
+    CMainFrame& m_frame;
+};

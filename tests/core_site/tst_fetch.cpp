@@ -1,0 +1,343 @@
+// Fetch outcomes over site hosts, the server list's persistence and its rules
+// while fetches run.
+#include "core/servers/fetcher.h"
+#include "core/servers/servernotice.h"
+#include "support/testconsole.h"
+
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+using namespace OCL;
+
+namespace {
+
+const QString kService = u"HKEY_LOCAL_MACHINE\\Software\\Osterline Technologies\\Callwarden\\Service"_s;
+
+// The one server of a console after a fetch.
+CServer& Only(CTestConsole& console) {
+    return console.Doc().Servers()[0];
+}
+
+QString Text(const char* field) {
+    return QString::fromLatin1(field);
+}
+
+} // namespace
+
+class TestFetch : public QObject {
+    Q_OBJECT
+private slots:
+    void outcomes_data();
+    void outcomes();
+    void classicPorts();
+    void routerPortsSetNoChangeBits();
+    void unchangedFetchPostsState();
+    void masterPathsFilledOnce();
+    void sharedSlotQuirks();
+    void secondGetDataWhileRunningDoesNothing();
+    void destroyingFetcherWaitsForRead();
+    void removeWhileFetching();
+
+    void listPersistence();
+    void duplicatesAreCaseSensitive();
+    void failedRegistryWrite();
+    void missingServersKey();
+};
+
+void TestFetch::outcomes_data() {
+    QTest::addColumn<QString>("variant");
+    QTest::addColumn<uint>("state");
+    QTest::addColumn<uint>("ports");
+    QTest::newRow("unreachable host") << "unreachable" << 1u << 666u;
+    QTest::newRow("no service key") << "nokey" << 1u << 666u;
+    QTest::newRow("missing Version, no RAS read") << "noversion" << 2u << 666u;
+    QTest::newRow("missing MasterShare") << "noshare" << 2u << 666u;
+    QTest::newRow("classic enumeration failure") << "rasstopped" << 6u << 666u;
+    QTest::newRow("router initialisation failure") << "noradmin" << 7u << 666u;
+    QTest::newRow("router read failure") << "rrasstopped" << 9u << 666u;
+    QTest::newRow("classic ready") << "ras" << 0u << 4u;
+    QTest::newRow("router ready") << "rras" << 0u << 4u;
+}
+
+void TestFetch::outcomes() {
+    QFETCH(QString, variant);
+    QFETCH(uint, state);
+    QFETCH(uint, ports);
+    CTestConsole console([&](CSiteWriter& w) {
+        if (variant == u"nokey"_s) {
+            // A computer without the service's key at all.
+            w.AddHost(u"SRV"_s);
+            w.AddMonitoredServer(kTestConsole, u"SRV"_s);
+            return;
+        }
+        const bool router = variant == u"noradmin"_s || variant.startsWith(u"rras"_s);
+        CTestConsole::AddServer(w, u"SRV"_s, router ? u"RRAS"_s : u"RAS"_s, u"5.0"_s, 4, true);
+        if (variant == u"unreachable"_s)
+            w.SetHostValue(u"SRV"_s, u"Reachable"_s, u"0"_s);
+        if (variant == u"noversion"_s)
+            w.DeleteRegValue(u"SRV"_s, kService, u"Version"_s);
+        if (variant == u"noshare"_s) {
+            w.SetServiceDword(u"SRV"_s, u"Master"_s, 0);
+            w.DeleteRegValue(u"SRV"_s, kService, u"MasterShare"_s);
+        }
+        if (variant == u"rasstopped"_s)
+            w.SetService(u"SRV"_s, u"RemoteAccess"_s, 1);
+        if (variant == u"rrasstopped"_s)
+            w.SetService(u"SRV"_s, u"RemoteAccess"_s, 1);
+        if (variant == u"noradmin"_s)
+            w.SetSiteValue(u"Site"_s, u"RouterAdmin"_s, u"0"_s);
+    });
+    QVERIFY(console.FetchAll());
+    QCOMPARE(Only(console).m_state.load(), DWORD(state));
+    QCOMPARE(Only(console).m_portCount, DWORD(ports));
+    QVERIFY(!console.Sink().notices.isEmpty());
+    QVERIFY(console.Prompter().Boxes().isEmpty());
+}
+
+void TestFetch::classicPorts() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SRV"_s, u"RAS"_s, u"4.0"_s, 3, true);
+        w.SetService(u"SRV"_s, u"RemoteAccess"_s, 4);
+    });
+    // One session on COM2.
+    OCL::Site::SiteDirectory site(console.Root().toStdString());
+    auto host = site.FindHost("SRV");
+    QVERIFY(host);
+    QVERIFY(site.EditPorts(*host, [](std::vector<OCL::Site::PortRecord>& ports) {
+        ports[1].user = "alice";
+        ports[1].domain = "SALES";
+        ports[1].start = 1700000000;
+        return true;
+    }));
+    QVERIFY(console.FetchAll());
+    CServer& server = Only(console);
+    QCOMPARE(server.m_state.load(), ServerState::Ready);
+    QCOMPARE(server.m_rasKind, RasKindValue::Ras);
+    QCOMPARE(server.m_portCount, 3u);
+    QCOMPARE(server.m_busyPorts, 1u);
+    QCOMPARE(Text(server.m_ports[0].name), u"COM1"_s);
+    QCOMPARE(Text(server.m_ports[0].user), QString());
+    QCOMPARE(server.m_ports[0].connected, 0u);
+    QCOMPARE(Text(server.m_ports[1].user), u"SALES\\alice"_s);
+    QCOMPARE(server.m_ports[1].startTime, 1700000000u);
+    QCOMPARE(server.m_ports[1].connected, 1u);
+    QVERIFY(server.m_changeMask & ChangeBit::Ports);
+    QCOMPARE(console.Sink().notices.last().message, WM_NEW_SERVER_DATA);
+}
+
+void TestFetch::routerPortsSetNoChangeBits() {
+    CTestConsole console(
+        [](CSiteWriter& w) { CTestConsole::AddServer(w, u"SRV"_s, u"RRAS"_s, u"5.0"_s, 2, true); });
+    QVERIFY(console.FetchAll());
+    QCOMPARE(Only(console).m_rasKind, RasKindValue::Rras);
+    QCOMPARE(Only(console).m_portCount, 2u);
+    // A router whose only change is a session on a port reports a state, not data.
+    OCL::Site::SiteDirectory site(console.Root().toStdString());
+    auto host = site.FindHost("SRV");
+    site.EditPorts(*host, [](std::vector<OCL::Site::PortRecord>& ports) {
+        ports[0].user = "bob";
+        ports[0].domain = "SALES";
+        ports[0].start = 1700000500;
+        ports[0].ip = "10.0.0.7";
+        return true;
+    });
+    console.Sink().notices.clear();
+    QVERIFY(console.FetchAll(false));
+    CServer& server = Only(console);
+    QCOMPARE(server.m_busyPorts, 1u);
+    QCOMPARE(Text(server.m_ports[0].user), u"SALES\\bob"_s);
+    QCOMPARE(server.m_ports[0].second, 0x0A000007u);
+    QCOMPARE(server.m_changeMask, 0u);
+    QCOMPARE(console.Sink().notices.last().message, WM_NEW_SERVER_STATE);
+}
+
+void TestFetch::unchangedFetchPostsState() {
+    CTestConsole console(
+        [](CSiteWriter& w) { CTestConsole::AddServer(w, u"SRV"_s, u"RAS"_s, u"4.0"_s, 2, true); });
+    QVERIFY(console.FetchAll());
+    QCOMPARE(console.Sink().notices.last().message, WM_NEW_SERVER_DATA);
+    console.Sink().notices.clear();
+    QVERIFY(console.FetchAll(false));
+    // The start of the fetch and its end both say "state".
+    QCOMPARE(console.Sink().notices.size(), 2);
+    QCOMPARE(console.Sink().notices[0].message, WM_NEW_SERVER_STATE);
+    QCOMPARE(console.Sink().notices[1].message, WM_NEW_SERVER_STATE);
+    QCOMPARE(Only(console).m_changeMask, 0u);
+}
+
+void TestFetch::masterPathsFilledOnce() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"MASTER"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        CTestConsole::AddServer(w, u"OTHER"_s, u"RAS"_s, u"4.0"_s, 1, false, u"MASTER"_s);
+    });
+    CServerList& list = console.Doc().Servers();
+    QVERIFY(!list.MasterKnown());
+    QVERIFY(console.FetchAll());
+    QVERIFY(list.MasterKnown());
+    QCOMPARE(list.MasterName(), u"MASTER"_s);
+    QCOMPARE(list.MasterShare(), u"\\\\MASTER\\CW_NT_DB"_s);
+    QCOMPARE(list.UsersFile(), u"\\\\MASTER\\CW_NT_DB\\callward.usr"_s);
+    QCOMPARE(list.HardwareFile(), u"\\\\MASTER\\CW_NT_DB\\callward.hw"_s);
+    // The record's own share field is not written on the master.
+    const int master = list.GetServerNumberByName(u"MASTER"_s);
+    QCOMPARE(Text(list[std::size_t(master)].m_masterShare), QString());
+    QCOMPARE(Text(list[std::size_t(1 - master)].m_masterShare), u"\\\\MASTER\\CW_NT_DB"_s);
+
+    console.Writer().SetServiceString(u"MASTER"_s, u"MasterShare"_s, u"\\\\ELSEWHERE\\DATA"_s);
+    console.Save();
+    QVERIFY(console.FetchAll(false));
+    QCOMPARE(list.MasterShare(), u"\\\\MASTER\\CW_NT_DB"_s);
+    QCOMPARE(list.UsersFile(), u"\\\\MASTER\\CW_NT_DB\\callward.usr"_s);
+}
+
+void TestFetch::sharedSlotQuirks() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SRV"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        w.SetServiceDword(u"SRV"_s, u"IdleTimer"_s, 25);
+        w.DeleteRegValue(u"SRV"_s, kService, u"Installed"_s);
+        w.DeleteRegValue(u"SRV"_s, kService, u"ODBC_Account"_s);
+        w.SetServiceDword(u"SRV"_s, u"ExportDates"_s, 0x80000002u);
+        w.DeleteRegValue(u"SRV"_s, kService, u"ExportDays"_s);
+        w.SetServiceDword(u"SRV"_s, u"ExportHours"_s, 16777218u);
+        w.SetRegRaw(u"SRV"_s,
+                    u"HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\TimeZoneInformation"_s,
+                    u"ActiveTimeBias"_s, RegType::Dword, QByteArray("\xc4\xff\xff\xff", 4));
+    });
+    QVERIFY(console.FetchAll());
+    CServer& server = Only(console);
+    // "Installed" missing: the slot still holds the idle timer.
+    QCOMPARE(server.m_idleTimer, 25u);
+    QCOMPARE(server.m_installed, 25u);
+    // "ODBC_Account" missing: the buffer still holds the DSN.
+    QCOMPARE(Text(server.m_odbcDsn), u"CallwardenDSN"_s);
+    QCOMPARE(Text(server.m_odbcAccount), u"CallwardenDSN"_s);
+    QCOMPARE(Text(server.m_odbcPassword), u"secret"_s);
+    // "ExportDays" missing: the slot still holds "ExportDates".
+    QCOMPARE(server.m_export[0], 0x80000002u);
+    QCOMPARE(server.m_export[1], 0x80000002u);
+    QCOMPARE(server.m_export[2], 16777218u);
+    QCOMPARE(server.m_timeBias, -60L);
+    QVERIFY(server.m_changeMask &
+            (ChangeBit::Odbc | ChangeBit::Export | ChangeBit::Settings | ChangeBit::Version));
+}
+
+void TestFetch::secondGetDataWhileRunningDoesNothing() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SLOW"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        w.SetHostValue(u"SLOW"_s, u"LatencyMs"_s, u"150"_s);
+    });
+    CCwadminDoc& doc = console.Doc();
+    CServerList& list = doc.Servers();
+    list.GetData(0, doc.RasFunc(), &console.Sink());
+    CServerFetcherThread* first = list[0].m_fetcher;
+    QVERIFY(first);
+    list.GetData(0, doc.RasFunc(), &console.Sink());
+    QCOMPARE(list[0].m_fetcher, first);
+    QTRY_VERIFY_WITH_TIMEOUT(list[0].m_fetchFinished.load(), 10000);
+    // Once finished, a new request replaces the idle fetcher.
+    list.GetData(0, doc.RasFunc(), &console.Sink());
+    QVERIFY(list[0].m_fetcher != nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(list[0].m_fetchFinished.load(), 10000);
+}
+
+void TestFetch::destroyingFetcherWaitsForRead() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SLOW"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        w.SetHostValue(u"SLOW"_s, u"LatencyMs"_s, u"200"_s);
+    });
+    CCwadminDoc& doc = console.Doc();
+    CServerList& list = doc.Servers();
+    list.GetData(0, doc.RasFunc(), &console.Sink());
+    QCOMPARE(Text(list[0].m_version), QString());
+    // The registry read under way finishes before destruction returns; the
+    // port read is then skipped and no result is posted.
+    list.CleanUpThread(0);
+    QCOMPARE(Text(list[0].m_version), u"3.2.1"_s);
+    QCOMPARE(list[0].m_portCount, kUnknown);
+    QCoreApplication::processEvents();
+    for (const auto& notice : console.Sink().notices)
+        QCOMPARE(notice.message, WM_NEW_SERVER_STATE); // only the start's notice
+    QVERIFY(!list[0].m_fetchFinished.load());
+}
+
+void TestFetch::removeWhileFetching() {
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SLOW"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        CTestConsole::AddServer(w, u"FAST"_s, u"RAS"_s, u"4.0"_s, 1, false, u"SLOW"_s);
+        w.SetHostValue(u"SLOW"_s, u"LatencyMs"_s, u"150"_s);
+    });
+    CCwadminDoc& doc = console.Doc();
+    CServerList& list = doc.Servers();
+    const int slow = list.GetServerNumberByName(u"SLOW"_s);
+    list.GetData(std::size_t(slow), doc.RasFunc(), &console.Sink());
+    // Removing the server does not wait for its fetch.
+    list.DelServer(u"SLOW"_s);
+    QCOMPARE(list.GetCount(), std::size_t(1));
+    QVERIFY(list.FetchRunning());
+    QTRY_VERIFY_WITH_TIMEOUT(!list.FetchRunning(), 10000);
+    // Its late notices find no server.
+    for (const auto& notice : console.Sink().notices)
+        QVERIFY(!list.Resolve(notice.index, notice.serverId));
+}
+
+void TestFetch::listPersistence() {
+    CTestConsole console([](CSiteWriter& w) {
+        w.AddMonitoredServer(kTestConsole, u"RAS1"_s);
+        w.AddMonitoredServer(kTestConsole, u"RAS2"_s);
+    });
+    CServerList& list = console.Doc().Servers();
+    QCOMPARE(list.GetCount(), std::size_t(2));
+    QCOMPARE(list[0].Name(), u"RAS1"_s);
+    QCOMPARE(list[1].Status(), u"Connecting to RAS2..."_s);
+    QCOMPARE(list[1].m_portCount, kUnknown);
+    QCOMPARE(list.AddServer(u"RAS3"_s), 1);
+    list.DelServer(u"RAS1"_s);
+
+    CRasBinding binding;
+    CCwadminDoc again(console.Environment(), binding);
+    QStringList names;
+    for (std::size_t i = 0; i < again.Servers().GetCount(); ++i)
+        names << again.Servers()[i].Name();
+    names.sort();
+    QCOMPARE(names, QStringList({u"RAS2"_s, u"RAS3"_s}));
+}
+
+void TestFetch::duplicatesAreCaseSensitive() {
+    CTestConsole console;
+    CServerList& list = console.Doc().Servers();
+    QCOMPARE(list.AddServer(u"RAS1"_s), 1);
+    QCOMPARE(list.AddServer(u"RAS1"_s), 0);
+    QCOMPARE(list.AddServer(u"ras1"_s), 1);
+    QCOMPARE(list.GetCount(), std::size_t(2));
+    QCOMPARE(list.GetServerNumberByName(u"ras1"_s), 1);
+    QCOMPARE(list.GetServerNumberByName(u"Ras1"_s), -1);
+}
+
+void TestFetch::failedRegistryWrite() {
+    CTestConsole console;
+    CServerList& list = console.Doc().Servers();
+    // A registry file that went bad refuses every write.
+    QFile file(console.Root() + u"/hosts/ADMINPC/registry.reg"_s);
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("\r\n[HKEY_LOCAL_MACHINE\\Broken\r\n\"half=\r\n");
+    file.close();
+    QCOMPARE(list.AddServer(u"RAS9"_s), 1);
+    QCOMPARE(list.GetCount(), std::size_t(0));
+    QCOMPARE(console.Prompter().Texts(),
+             QStringList({u"Failed to write RAS9 in local registry\n Server will not be monitored"_s}));
+    QCOMPARE(int(console.Prompter().Boxes()[0].icon), int(IPrompter::Icon::Error));
+}
+
+void TestFetch::missingServersKey() {
+    CTestConsole console([](CSiteWriter& w) {
+        w.AddHost(u"OTHERPC"_s);
+        w.SetLocalComputer(u"OTHERPC"_s);
+    });
+    CServerList& list = console.Doc().Servers();
+    QCOMPARE(list.GetCount(), std::size_t(0));
+    QCOMPARE(console.Prompter().Texts(),
+             QStringList({u"Failed to open the SERVERS key in the registry. Error 2."_s}));
+}
+
+QTEST_MAIN(TestFetch)
+#include "tst_fetch.moc"

@@ -1,0 +1,100 @@
+// The application object: its start-up over a site (or without one), the start
+// line, and the relay of fetch notices that drops those arriving before the
+// main window. A program of its own, since the application object is the
+// process's QApplication; run once per mode.
+#include "core/servers/servernotice.h"
+#include "gui/app/cwadminapp.h"
+#include "gui/frame/mainframe.h"
+#include "platform/site/site.h"
+#include "site/sitewriter.h"
+
+#include <QMessageBox>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int g_failures = 0;
+
+void Check(bool condition, const char* what) {
+    std::fprintf(condition ? stdout : stderr, "%s: %s\n", condition ? "PASS" : "FAIL", what);
+    if (!condition)
+        ++g_failures;
+}
+
+// Answers every message box as it comes and keeps its text.
+QStringList* AutoAnswer(QApplication& app) {
+    auto* texts = new QStringList;
+    auto* timer = new QTimer(&app);
+    QObject::connect(timer, &QTimer::timeout, &app, [texts] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            texts->append(box->text());
+            box->accept();
+        }
+    });
+    timer->start(20);
+    return texts;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QStandardPaths::setTestModeEnabled(true);
+    const bool withoutSite = argc > 1 && std::strcmp(argv[1], "nosite") == 0;
+    CCwadminApp app(argc, argv);
+    QStringList* texts = AutoAnswer(app);
+
+    Check(CCwadminApp::StartLine(QDateTime(QDate(2026, 11, 5), QTime(7, 8, 9))) ==
+              u"11 5 2026 - 7:8:9\nCallwarden administrator starting\n\n"_s,
+          "start line: month, day, year, hour, minute, second");
+
+    // Notices before the main window exists are dropped without harm.
+    QCoreApplication::postEvent(&app, new CServerNotice(WM_NEW_SERVER_DATA, 0, 1));
+    QCoreApplication::postEvent(&app, new CServerNotice(WM_NEW_SERVER_STATE, 3, 2));
+    QCoreApplication::processEvents();
+    Check(app.MainFrame() == nullptr, "notices before the main window are dropped");
+
+    QTemporaryDir dir;
+    const QString root = withoutSite ? dir.path() + u"/no-such-site"_s : dir.path();
+    if (!withoutSite) {
+        CSiteWriter writer(root);
+        writer.SetLocalComputer(u"ADMINPC"_s);
+        writer.AddHost(u"ADMINPC"_s);
+        writer.CreateRegKey(u"ADMINPC"_s, CSiteWriter::kServersKey);
+        writer.CreateRegKey(u"ADMINPC"_s, CSiteWriter::kClientKey);
+        writer.SetClientDword(u"ADMINPC"_s, u"NewbieMessageIntro"_s, 1);
+        writer.Save();
+    }
+    OCL::Site::SiteOptions options;
+    options.moduleFolder = CW_BIN_DIR;
+    Check(app.InitInstance(OCL::Site::OpenSite(root.toStdString(), options)), "start-up succeeds");
+    Check(app.MainFrame() && app.MainFrame()->isVisible(), "the main window is shown");
+    Check(app.MainFrame()->windowTitle() == u"Callwarden Administrator"_s, "caption");
+    Check(app.MainFrame()->StatusText() == u"Ready"_s, "status bar says Ready");
+    Check(app.Document()->Servers().GetCount() == 0, "empty server list");
+
+    if (withoutSite) {
+        // Says what is wrong and where, and creates nothing.
+        Check(texts->contains(u"Failed to open the SERVERS key in the registry. Error 2."_s),
+              "the server list's own message");
+        bool named = false;
+        for (const QString& text : *texts)
+            named = named || (text.contains(u"could not open its site"_s) && text.contains(root));
+        Check(named, "the site's problem is named with its folder");
+        Check(!QFileInfo::exists(root), "nothing is created for a missing site");
+    } else {
+        Check(texts->isEmpty(), "no messages on a sound site");
+        QCoreApplication::postEvent(&app, new CServerNotice(WM_NEW_SERVER_STATE, 7, 99));
+        QCoreApplication::processEvents();
+        Check(true, "a stray notice after start-up is ignored");
+    }
+
+    std::fprintf(stdout, "%d failure(s)\n", g_failures);
+    return g_failures == 0 ? 0 : 1;
+}
