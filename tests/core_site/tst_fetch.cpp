@@ -52,6 +52,7 @@ void TestFetch::outcomes_data() {
     QTest::newRow("no service key") << "nokey" << 1u << 666u;
     QTest::newRow("missing Version, no RAS read") << "noversion" << 2u << 666u;
     QTest::newRow("missing MasterShare") << "noshare" << 2u << 666u;
+    QTest::newRow("registry file broken before Version") << "broken" << 2u << 666u;
     QTest::newRow("classic enumeration failure") << "rasstopped" << 6u << 666u;
     QTest::newRow("router initialisation failure") << "noradmin" << 7u << 666u;
     QTest::newRow("router read failure") << "rrasstopped" << 9u << 666u;
@@ -87,9 +88,24 @@ void TestFetch::outcomes() {
         if (variant == u"noradmin"_s)
             w.SetSiteValue(u"Site"_s, u"RouterAdmin"_s, u"0"_s);
     });
+    if (variant == u"broken"_s) {
+        // A bad line in front of "Version": what comes before it still reads.
+        QFile file(console.Root() + u"/hosts/SRV/registry.reg"_s);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QByteArray text = file.readAll();
+        file.close();
+        const qsizetype at = text.indexOf("\"Version\"");
+        QVERIFY(at > 0);
+        text.insert(at, "this line is not registry text\r\n");
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+        file.close();
+    }
     QVERIFY(console.FetchAll());
     QCOMPARE(Only(console).m_state.load(), DWORD(state));
     QCOMPARE(Only(console).m_portCount, DWORD(ports));
+    if (variant == u"broken"_s)
+        QCOMPARE(Only(console).m_idleTimer, 15u);
     QVERIFY(!console.Sink().notices.isEmpty());
     QVERIFY(console.Prompter().Boxes().isEmpty());
 }

@@ -22,8 +22,9 @@ bool CNoticeSink::event(QEvent* event) {
     return true;
 }
 
-CTestConsole::CTestConsole(const std::function<void(CSiteWriter&)>& setup, bool useTestClock) {
-    m_writer = std::make_unique<CSiteWriter>(m_dir.path());
+CTestConsole::CTestConsole(const std::function<void(CSiteWriter&)>& setup, bool useTestClock)
+    : m_root(m_dir.path()) {
+    m_writer = std::make_unique<CSiteWriter>(m_root);
     m_writer->SetLocalComputer(kTestConsole);
     CSiteWriter::HostOptions console;
     m_writer->AddHost(kTestConsole, console);
@@ -35,14 +36,22 @@ CTestConsole::CTestConsole(const std::function<void(CSiteWriter&)>& setup, bool 
     if (setup)
         setup(*m_writer);
     m_writer->Save();
+    Open(useTestClock);
+}
 
+CTestConsole::CTestConsole(const CExistingSite& site) : m_root(site.root) {
+    m_writer = std::make_unique<CSiteWriter>(m_root);
+    Open(false);
+}
+
+void CTestConsole::Open(bool useTestClock) {
     OCL::Site::SiteOptions options;
     options.moduleFolder = CW_BIN_DIR;
     if (useTestClock) {
         m_clock = std::make_unique<CTestClock>();
         options.clock = m_clock.get();
     }
-    m_platform = OCL::Site::OpenSite(m_dir.path().toStdString(), options);
+    m_platform = OCL::Site::OpenSite(m_root.toStdString(), options);
     m_env = std::make_unique<CEnvironment>(*m_platform, m_files, m_prompter);
 }
 

@@ -43,14 +43,21 @@ protected:
     bool event(QEvent* event) override;
 };
 
+// A site written elsewhere (for example by cwsite init) for a test console to open.
+struct CExistingSite {
+    QString root;
+};
+
 class CTestConsole {
 public:
     // Writes the base site (the console computer ADMINPC with an empty Servers
     // key and a Client key), lets setup add to it, saves it and opens it.
     explicit CTestConsole(const std::function<void(CSiteWriter&)>& setup = {}, bool useTestClock = false);
+    // Opens a site that exists already; Writer() then adds to it.
+    explicit CTestConsole(const CExistingSite& site);
     ~CTestConsole();
 
-    QString Root() const { return m_dir.path(); }
+    QString Root() const { return m_root; }
     CSiteWriter& Writer() { return *m_writer; }
     // Saves further writer changes into the site.
     void Save();
@@ -75,7 +82,10 @@ public:
                           const QString& masterName = {});
 
 private:
+    void Open(bool useTestClock);
+
     QTemporaryDir m_dir;
+    QString m_root;
     std::unique_ptr<CSiteWriter> m_writer;
     std::unique_ptr<CTestClock> m_clock;
     std::unique_ptr<OCL::Platform> m_platform;
