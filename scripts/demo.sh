@@ -74,7 +74,7 @@ if ((headless)); then
     shots="$here/screenshots"
     mkdir -p "$shots"
     echo "No display: running the console under xvfb-run to take pictures of its windows."
-    xvfb-run -a "$build/bin/cwadmin" --site "$site" --screenshots "$shots"
+    xvfb-run -a -s "-screen 0 1280x900x24" "$build/bin/cwadmin" --site "$site" --screenshots "$shots"
     echo "Pictures of the console are in $shots"
 else
     "$build/bin/cwadmin" --site "$site"
