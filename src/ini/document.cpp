@@ -30,13 +30,6 @@ inline unsigned char Fold(unsigned char c) {
     }
 }
 
-std::string FoldedCopy(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        c = char(Fold(static_cast<unsigned char>(c)));
-    return out;
-}
-
 // The part of [begin, end) before the first NUL.
 inline std::uint32_t CutAtNul(const char* data, std::uint32_t begin, std::uint32_t length) {
     const void* nul = std::memchr(data + begin, '\0', length);
@@ -44,6 +37,13 @@ inline std::uint32_t CutAtNul(const char* data, std::uint32_t begin, std::uint32
 }
 
 } // namespace
+
+std::string FoldedName(std::string_view name) {
+    std::string out(name);
+    for (char& c : out)
+        c = char(Fold(static_cast<unsigned char>(c)));
+    return out;
+}
 
 bool NamesEqual(std::string_view a, std::string_view b) {
     if (a.size() != b.size())
@@ -160,7 +160,7 @@ void Document::BuildIndex() const {
     std::call_once(m_indexOnce, [this] {
         m_index.reserve(m_sections.size());
         for (std::uint32_t i = 0; i < m_sections.size(); ++i)
-            m_index.emplace(FoldedCopy(SectionName(i)), i);
+            m_index.emplace(FoldedName(SectionName(i)), i);
     });
 }
 
@@ -173,7 +173,7 @@ std::optional<std::size_t> Document::FindSection(std::string_view name) const {
         return std::nullopt;
     }
     BuildIndex();
-    auto it = m_index.find(FoldedCopy(name));
+    auto it = m_index.find(FoldedName(name));
     if (it == m_index.end())
         return std::nullopt;
     return it->second;
@@ -212,7 +212,7 @@ std::vector<std::string_view> Document::KeyNames(std::string_view section) const
     std::unordered_set<std::string> seen;
     for (std::size_t k = 0; k < count; ++k) {
         std::string_view name = KeyName(*s, k);
-        if (seen.insert(FoldedCopy(name)).second)
+        if (seen.insert(FoldedName(name)).second)
             names.push_back(name);
     }
     return names;

@@ -94,6 +94,9 @@ private:
 
 // Compares two names as the profile functions do.
 bool NamesEqual(std::string_view a, std::string_view b);
+// The name folded to lower case as NamesEqual compares it (ASCII and the
+// Windows-1252 letters), for use as a lookup key.
+std::string FoldedName(std::string_view name);
 
 // Identity of a file's contents for the parse cache.
 struct FileStamp {

@@ -10,21 +10,6 @@ namespace {
 constexpr std::size_t kIndexFrom = 32;
 constexpr std::size_t kNpos = std::size_t(-1);
 
-unsigned char Fold(unsigned char c) {
-    if ((c >= 'A' && c <= 'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7))
-        return c + 32;
-    switch (c) {
-    case 0x8A:
-    case 0x8C:
-    case 0x8E:
-        return c + 16;
-    case 0x9F:
-        return 0xFF;
-    default:
-        return c;
-    }
-}
-
 std::string Escaped(std::string_view text) {
     std::string out;
     out.reserve(text.size() + 2);
@@ -104,10 +89,7 @@ void AppendKey(std::string& out, const std::string& path, const RegNode& node) {
 } // namespace
 
 std::string FoldName(std::string_view name) {
-    std::string out(name);
-    for (char& c : out)
-        c = char(Fold(static_cast<unsigned char>(c)));
-    return out;
+    return Ini::FoldedName(name);
 }
 
 std::size_t RegNode::IndexOf(std::string_view name) const {
