@@ -198,19 +198,33 @@ LONG CSiteRegistry::Connect(const std::string& machine, HKEY predefined, HKEY* r
     return LONG(Err::Success);
 }
 
-LONG CSiteRegistry::OpenKey(HKEY key, const std::string& subKey, HKEY* result) {
-    if (!result)
-        return LONG(Err::InvalidParameter);
-    *result = nullptr;
+LONG CSiteRegistry::Below(HKEY key, const std::string& subKey, bool forWriting,
+                          std::shared_ptr<Target>* target, bool* exists) {
     std::shared_ptr<const Target> base;
     if (const LONG r = Resolve(key, &base))
         return r;
     auto t = std::make_shared<Target>(*base);
-    for (std::string& part : SplitPath(subKey))
+    for (std::string& part : SplitPath(subKey)) {
+        if (forWriting && !Writable(part))
+            return LONG(Err::InvalidParameter);
         t->path.push_back(std::move(part));
+    }
     const auto parsed = Load(t->file);
     const RegNode* root = parsed->hive.Root(t->root);
-    if (!root || !CRegHive::Walk(*root, t->path))
+    *exists = root && CRegHive::Walk(*root, t->path);
+    *target = std::move(t);
+    return LONG(Err::Success);
+}
+
+LONG CSiteRegistry::OpenKey(HKEY key, const std::string& subKey, HKEY* result) {
+    if (!result)
+        return LONG(Err::InvalidParameter);
+    *result = nullptr;
+    std::shared_ptr<Target> t;
+    bool exists = false;
+    if (const LONG r = Below(key, subKey, false, &t, &exists))
+        return r;
+    if (!exists)
         return LONG(Err::FileNotFound);
     *result = NewHandle(std::move(t));
     return LONG(Err::Success);
@@ -220,18 +234,11 @@ LONG CSiteRegistry::CreateKey(HKEY key, const std::string& subKey, HKEY* result)
     if (!result)
         return LONG(Err::InvalidParameter);
     *result = nullptr;
-    std::shared_ptr<const Target> base;
-    if (const LONG r = Resolve(key, &base))
+    std::shared_ptr<Target> t;
+    bool exists = false;
+    if (const LONG r = Below(key, subKey, true, &t, &exists))
         return r;
-    auto t = std::make_shared<Target>(*base);
-    for (std::string& part : SplitPath(subKey)) {
-        if (!Writable(part))
-            return LONG(Err::InvalidParameter);
-        t->path.push_back(std::move(part));
-    }
-    const auto parsed = Load(t->file);
-    const RegNode* root = parsed->hive.Root(t->root);
-    if (!root || !CRegHive::Walk(*root, t->path)) {
+    if (!exists) {
         const LONG r = Modify(*t, [&t](RegNode& node, bool* changed) {
             RegNode* at = &node;
             for (const std::string& part : t->path) {

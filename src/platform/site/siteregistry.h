@@ -58,6 +58,10 @@ private:
     struct Handle;
 
     LONG Resolve(HKEY key, std::shared_ptr<const Target>* target);
+    // The target of subKey below key, and whether that key exists; names that
+    // cannot be stored are refused when the key is to be written.
+    LONG Below(HKEY key, const std::string& subKey, bool forWriting, std::shared_ptr<Target>* target,
+               bool* exists);
     HKEY NewHandle(std::shared_ptr<const Target> target);
     std::shared_ptr<const Parsed> Load(const std::filesystem::path& file);
     template <typename Change>
