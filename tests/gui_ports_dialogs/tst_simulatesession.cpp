@@ -50,6 +50,18 @@ struct CSimSite {
     bool fetched = false;
 };
 
+// The simulator shown over its site, with a service peer on host's pipe
+// answering reply (the test makes it listen).
+struct CSimWithPeer {
+    CSimWithPeer(const QString& host, const QByteArray& reply)
+        : peer(SocketOf(site.console, host), reply), dialog(site.console.Doc()) {
+        dialog.show();
+    }
+    CSimSite site;
+    CPipePeer peer;
+    CSimulateSession dialog;
+};
+
 void Choose(QComboBox* list, const QString& text) {
     const int index = list->findText(text);
     QVERIFY2(index >= 0, qPrintable(text));
@@ -156,11 +168,9 @@ void TestSimulateSession::accountNeedsItsDomain_data() {
 
 void TestSimulateSession::accountNeedsItsDomain() {
     QFETCH(QString, account);
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMaster), "0,ok");
+    CSimWithPeer sim(kMaster, "0,ok");
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     QTest::keyClicks(dialog.AccountEdit(), account);
     QTest::mouseClick(dialog.ConnectButton(), Qt::LeftButton);
     QTest::mouseClick(dialog.HangUpButton(), Qt::LeftButton);
@@ -199,11 +209,9 @@ void TestSimulateSession::connectReplies() {
     QFETCH(QByteArray, reply);
     QFETCH(QString, outcome);
     QFETCH(int, accepted);
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMaster), prior);
+    CSimWithPeer sim(kMaster, prior);
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     QTest::keyClicks(dialog.AccountEdit(), kAccount);
     if (!prior.isNull())
         QTest::mouseClick(dialog.ConnectButton(), Qt::LeftButton);
@@ -229,11 +237,9 @@ void TestSimulateSession::hangUpAlwaysDisconnects_data() {
 
 void TestSimulateSession::hangUpAlwaysDisconnects() {
     QFETCH(QByteArray, reply);
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMember), reply);
+    CSimWithPeer sim(kMember, reply);
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     Choose(dialog.ServerList(), kMember);
     Choose(dialog.PortList(), u"VPN1-2"_s);
     QTest::keyClicks(dialog.AccountEdit(), u"MARKETING\\ann"_s);
@@ -287,11 +293,9 @@ void TestSimulateSession::failures_data() {
 void TestSimulateSession::failures() {
     QFETCH(QString, server);
     QFETCH(QString, text);
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMaster), "0,ok");
+    CSimWithPeer sim(kMaster, "0,ok");
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     QTest::keyClicks(dialog.AccountEdit(), kAccount);
     QTest::mouseClick(dialog.ConnectButton(), Qt::LeftButton);
     QCOMPARE(dialog.OutcomeText(), u"Session Accepted."_s);
@@ -333,11 +337,9 @@ void TestSimulateSession::closing() {
     QFETCH(QString, actions);
     QFETCH(QString, way);
     QFETCH(bool, warns);
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMaster), "0,ok");
+    CSimWithPeer sim(kMaster, "0,ok");
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     QTest::keyClicks(dialog.AccountEdit(), kAccount);
     Act(dialog, peer, actions);
     QVERIFY(site.console.Prompter().Boxes().isEmpty());
@@ -372,11 +374,9 @@ void TestSimulateSession::closing() {
 }
 
 void TestSimulateSession::secondHangUpClosesSilently() {
-    CSimSite site;
-    CPipePeer peer(SocketOf(site.console, kMaster), "0,ok");
+    CSimWithPeer sim(kMaster, "0,ok");
+    auto& [site, peer, dialog] = sim;
     QVERIFY(peer.Listen());
-    CSimulateSession dialog(site.console.Doc());
-    dialog.show();
     QTest::keyClicks(dialog.AccountEdit(), kAccount);
     Act(dialog, peer, u"CCH"_s);
     site.console.Prompter().Script({OCL::IPrompter::No});
