@@ -1,6 +1,6 @@
 // What every port answers for computers that are unknown, unreachable, denying
-// or slow; the site's shares, NET SEND and module ports; and opening a site that
-// is not there.
+// or slow; the site's shares and module ports; and opening a site that is not
+// there.
 
 #include "sitefixture.h"
 
@@ -160,37 +160,6 @@ private slots:
                      local.startsWith(u'@')
                          ? QString::fromStdString((site.Root() / local.mid(1).toStdString()).string())
                          : local);
-    }
-
-    void netSend_data() {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<QByteArray>("line");
-
-        QTest::newRow("quoted user, tab in text")
-            << u"net send \"Bob Smith\" two\twords"_s << 0 << QByteArray("Console\tBob Smith\ttwo words");
-        QTest::newRow("no recipient") << u"NET SEND"_s << 0 << QByteArray();
-        QTest::newRow("other program") << u"notepad.exe readme.txt"_s << 2 << QByteArray();
-        QTest::newRow("NET without SEND") << u"NET USE x: \\\\RAS1\\CW_NT_DB"_s << 2 << QByteArray();
-        QTest::newRow("one word") << u"NETSEND alice hi"_s << 2 << QByteArray();
-    }
-
-    void netSend() {
-        QFETCH(QString, command);
-        QFETCH(int, result);
-        QFETCH(QByteArray, line);
-
-        SiteTest::Site site;
-        site.WriteHosts();
-        SiteTest::TestClock clock;
-        OCL::Site::SiteOptions options;
-        options.clock = &clock;
-        auto platform = site.Open(options);
-        site.Write("spool/messages.log", "earlier\r\n");
-        QCOMPARE(int(platform->shell->Exec(command.toStdString(), 0)), result);
-        const QByteArray added =
-            line.isEmpty() ? QByteArray() : QByteArray::number(clock.Now()) + "\t" + line + "\r\n";
-        QCOMPARE(QByteArray::fromStdString(site.Read("spool/messages.log")), "earlier\r\n" + added);
     }
 
     void modules_data() {
