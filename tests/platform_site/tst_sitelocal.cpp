@@ -1,13 +1,10 @@
 // What every port answers for computers that are unknown, unreachable, denying
-// or slow; the site's shares and module ports; and opening a site that is not
-// there.
+// or slow; the site's shares; and opening a site that is not there.
 
 #include "sitefixture.h"
 
 #include <QElapsedTimer>
 #include <QString>
-
-#include <cstring>
 
 using namespace OCL;
 using namespace Qt::StringLiterals;
@@ -160,61 +157,6 @@ private slots:
                      local.startsWith(u'@')
                          ? QString::fromStdString((site.Root() / local.mid(1).toStdString()).string())
                          : local);
-    }
-
-    void modules_data() {
-        QTest::addColumn<QByteArray>("mapping"); // [Modules] lines
-        QTest::addColumn<QString>("systemFile"); // the test library copied into system32 under this name
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("flags");
-        QTest::addColumn<int>("result");
-
-        QTest::newRow("module folder") << QByteArray() << QString() << u"CwSiteTest.dll"_s << 0 << 0;
-        QTest::newRow("without resolving") << QByteArray() << QString() << u"cwsitetest.DLL"_s << 1 << 0;
-        QTest::newRow("mapping to a missing file")
-            << QByteArray("RASSAPI.DLL=nothere.so") << QString() << u"RASSAPI.DLL"_s << 0 << 126;
-        QTest::newRow("library in the system folder")
-            << QByteArray() << u"realmod.dll"_s << u"REALMOD.DLL"_s << 0 << 0;
-        QTest::newRow("mapped file is no library")
-            << QByteArray("MPRAPI.DLL=%SITE%/site.ini") << QString() << u"MPRAPI.DLL"_s << 0 << 126;
-        QTest::newRow("nowhere") << QByteArray() << QString() << u"nothere.dll"_s << 0 << 126;
-    }
-
-    void modules() {
-        QFETCH(QByteArray, mapping);
-        QFETCH(QString, systemFile);
-        QFETCH(QString, name);
-        QFETCH(int, flags);
-        QFETCH(int, result);
-
-        SiteTest::Site site;
-        site.WriteHosts();
-        const fs::path module(CW_TEST_MODULE);
-        mapping.replace("%SITE%", QByteArray::fromStdString(site.Root().string()));
-        site.Write("site.ini", "[Site]\r\nLocalComputer=Console\r\n\r\n[Modules]\r\n" +
-                                   SiteTest::Bytes(mapping) + "\r\n");
-        if (!systemFile.isEmpty()) {
-            site.Write("hosts/CONSOLE/shares/admin$/system32/keep", "");
-            fs::copy_file(module,
-                          site.Path("hosts/CONSOLE/shares/admin$/system32/" + systemFile.toStdString()));
-        }
-        OCL::Site::SiteOptions options;
-        options.moduleFolder = module.parent_path();
-        auto platform = site.Open(options);
-        IModules& modules = *platform->modules;
-        HMODULE handle = reinterpret_cast<HMODULE>(std::uintptr_t{1});
-        QCOMPARE(int(modules.Load(name.toStdString(), DWORD(flags), &handle)), result);
-        QCOMPARE(handle == nullptr, result != 0);
-        if (result)
-            return;
-        // The library was handed the site's folder as soon as it was loaded.
-        void* attachedRoot = modules.Symbol(handle, "TestAttachedRoot");
-        QVERIFY(attachedRoot);
-        const char* (*root)() = nullptr;
-        std::memcpy(&root, &attachedRoot, sizeof root);
-        QCOMPARE(QString::fromUtf8(root()), QString::fromStdString(site.Root().string()));
-        modules.Free(handle);
-        QVERIFY(!modules.Symbol(handle, "TestAttachedRoot"));
     }
 
     // A site that is not there answers like a network without those computers and

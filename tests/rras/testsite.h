@@ -1,51 +1,121 @@
 #pragma once
-// A small site written straight into a temporary folder, and access to the site
-// modules as the console binds them: by name from the built library.
+// A site written as cwsite writes one, and the site modules as the console binds
+// them: loaded from the build by their Windows names, entry points by name.
 
-#include <QMap>
-#include <QString>
-#include <QStringList>
+#include "ini/inifile.h"
+#include "platform/rassapi.h"
+#include "site/sitewriter.h"
+
+#include <QDateTime>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <dlfcn.h>
 
-class CTestSite {
-public:
-    explicit CTestSite(const QString& localComputer = QStringLiteral("CONSOLE"));
+#include <string>
+#include <tuple>
 
-    bool IsValid() const { return m_dir.isValid(); }
-    QString Root() const { return m_dir.path(); }
-    QByteArray RootBytes() const;
-    QString Path(const QString& relative) const;
-
-    // [Site] of site.ini.
-    void SetSiteValue(const QString& key, const QString& value);
-    // A host folder with its [Host] keys ("RasKind=RAS", "Reachable=0", ...).
-    void AddHost(const QString& name, const QStringList& hostKeys = {});
-    // A section of services.ini ("State=4", ...).
-    void AddService(const QString& host, const QString& service, const QStringList& keys);
-    // A section of ports.ini, in the order of the calls.
-    void AddPort(const QString& host, const QString& port, const QStringList& keys);
-    // An entry of rasusers.ini.
-    void AddRasUser(const QString& host, const QString& account, int privilege, const QString& phone);
-    // Any file of the site, CRLF line ends.
-    void WriteText(const QString& relative, const QString& text);
-    QByteArray ReadBytes(const QString& relative) const;
-
-private:
-    void AppendSection(const QString& relative, const QString& section, const QStringList& keys);
-
-    QTemporaryDir m_dir;
-    QMap<QString, QString> m_siteValues;
-    QMap<QString, QString> m_texts;
-};
-
-// The built module file, e.g. "RASSAPI" -> <bin>/RASSAPI.so.
-QString ModulePath(const QString& name);
-// dlopen of the built module; null with a message in *error on failure.
-void* LoadModule(const QString& name, QString* error);
+// "RASSAPI" -> <bin>/RASSAPI.so; null when it cannot be loaded.
+inline void* LoadModule(const char* name) {
+    const std::string path = std::string(CW_BIN_DIR "/") + name + ".so";
+    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
 
 template <typename F>
 F Resolve(void* module, const char* name) {
     return reinterpret_cast<F>(dlsym(module, name));
 }
+
+inline OCL::Site::PortRecord Port(const std::string& name, const std::string& user = {},
+                                  std::int64_t start = 0, const char* ip = "") {
+    OCL::Site::PortRecord p;
+    p.name = name;
+    p.user = user;
+    p.domain = user.empty() ? "" : "OSTER";
+    p.start = start;
+    p.ip = ip;
+    return p;
+}
+
+// RASSRV, a classic RAS server with two sessions and three idle ports; RTR1, a
+// router running RemoteAccess with a session, an idle port and a session with
+// overlong names; RTR2 running only Router, RTR3 neither; the hosts that fail in
+// each of the ways a call can fail; and PDC, a controller with dial-in rights.
+struct TestSite {
+    static constexpr OCL::DWORD kStart = 930000000;
+    const std::string kLongPort = std::string(70, 'P');
+    const std::string kLongUser = std::string(90, 'u');
+    QTemporaryDir dir;
+    CSiteWriter w{dir.path()};
+
+    TestSite() {
+        using namespace OCL;
+        // RemoteAccess and Router: 0 no such service, 1 stopped, 2 starting, 4 running.
+        auto host = [this](const char* name, const char* kind, int remoteAccess, int router = 0,
+                           bool reachable = true, bool denied = false) {
+            CSiteHostOptions options;
+            options.rasKind = QString::fromLatin1(kind);
+            options.reachable = reachable;
+            options.accessDenied = denied;
+            w.AddHost(QString::fromLatin1(name), options);
+            if (remoteAccess)
+                w.SetService(QString::fromLatin1(name), QStringLiteral("RemoteAccess"), remoteAccess);
+            if (router)
+                w.SetService(QString::fromLatin1(name), QStringLiteral("Router"), router);
+        };
+        const std::tuple<const char*, const char*, int, int> hosts[] = {
+            {"CONSOLE", "None", 0, 0},  {"RASSRV", "RAS", 4, 0},   {"STOPPED", "RAS", 1, 0},
+            {"NOSERVICE", "RAS", 0, 0}, {"STARTING", "RAS", 2, 0}, {"RTR1", "RRAS", 4, 1},
+            {"RTR2", "RRAS", 1, 4},     {"RTR3", "RRAS", 1, 1},    {"PDC", "None", 0, 0}};
+        for (auto [name, kind, remoteAccess, router] : hosts)
+            host(name, kind, remoteAccess, router);
+        host("GONE", "RAS", 4, 0, false);
+        host("LOCKED", "RAS", 4, 0, true, true);
+        host("DOWNDC", "None", 0, 0, false);
+        w.SetLocalComputer(QStringLiteral("CONSOLE"));
+
+        Site::PortRecord com1 = Port("COM1", "alice", kStart, "10.1.2.3");
+        com1.computer = "ALICEPC";
+        com1.ipx = "00000001:00A0C9112233";
+        com1.flags = RasPortFlags::PppClient | RasPortFlags::MessengerPresent;
+        w.AddPort(QStringLiteral("RASSRV"), com1);
+        w.AddPort(QStringLiteral("RASSRV"), Port("COM2"));
+        w.AddPort(QStringLiteral("RASSRV"), Port("COM3", "carol")); // a record without a start is no session
+        Site::PortRecord isdn = Port("ISDN1");
+        isdn.hardwareCondition = 3;
+        w.AddPort(QStringLiteral("RASSRV"), isdn);
+        Site::PortRecord com10 = Port("COM10", "bob", kStart + 10, "10.1.2.4");
+        com10.domain = "BRANCH";
+        w.AddPort(QStringLiteral("RASSRV"), com10);
+
+        Site::PortRecord vpn = Port("VPN1-1", "alice", kStart, "10.0.0.7");
+        vpn.computer = "ALICEPC";
+        vpn.crcErr = 3;
+        w.AddPort(QStringLiteral("RTR1"), vpn);
+        Site::PortRecord idle = Port("VPN1-2");
+        idle.hardwareCondition = 3;
+        w.AddPort(QStringLiteral("RTR1"), idle);
+        w.AddPort(QStringLiteral("RTR1"), Port(kLongPort, kLongUser, kStart + 1, "192.168.200.254"));
+        w.AddPort(QStringLiteral("RTR2"), Port("PPTP1", "bob", kStart + 2, "172.16.5.1"));
+        w.AddPort(QStringLiteral("RTR3"), Port("VPN1"));
+
+        w.SetRasUser(QStringLiteral("PDC"), QStringLiteral("alice"),
+                     RasPriv::DialinPrivilege | RasPriv::NoCallback);
+        w.SetRasUser(QStringLiteral("PDC"), QStringLiteral("Bob"),
+                     RasPriv::DialinPrivilege | RasPriv::AdminSetCallback, QStringLiteral("555-1234"));
+        w.Save();
+        // A start that stays pending for the next hour.
+        Ini::Files().WriteString(w.HostPath(QStringLiteral("STARTING")).toStdString() + "/services.ini",
+                                 "RemoteAccess", "PendingUntil",
+                                 std::to_string(QDateTime::currentMSecsSinceEpoch() + 3600 * 1000));
+    }
+    QByteArray Root() const { return QFile::encodeName(dir.path()); }
+    QByteArray Bytes(const QString& relative) const {
+        QFile file(dir.filePath(relative));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    std::vector<OCL::Site::PortRecord> Ports(const char* host) const {
+        const OCL::Site::SiteDirectory site(dir.path().toStdString());
+        return site.ReadPorts(*site.FindHost(host));
+    }
+};
