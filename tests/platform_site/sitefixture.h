@@ -45,14 +45,11 @@ public:
         return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
 
-    bool Exists(const std::string& relative) const { return std::filesystem::exists(Path(relative)); }
-
     // This computer "Console" (its folder spelled CONSOLE) and the servers RAS1,
     // DOWN (unreachable), LOCKED (access denied) and SLOW (150 ms latency).
     void WriteHosts() const {
         Write("site.ini", "[Site]\r\nLocalComputer=Console\r\n");
-        Write("hosts/CONSOLE/host.ini",
-              "[Host]\r\nPlatformId=2\r\nMajorVersion=4\r\nMinorVersion=0\r\nBuildNumber=1381\r\n");
+        Write("hosts/CONSOLE/host.ini", "[Host]\r\n");
         Write("hosts/RAS1/host.ini", "[Host]\r\nRasKind=RAS\r\n");
         Write("hosts/DOWN/host.ini", "[Host]\r\nReachable=0\r\n");
         Write("hosts/LOCKED/host.ini", "[Host]\r\nAccessDenied=1\r\n");
@@ -67,9 +64,5 @@ private:
     QTemporaryDir m_dir;
     std::filesystem::path m_root;
 };
-
-inline std::string Bytes(const QByteArray& data) {
-    return data.toStdString();
-}
 
 } // namespace SiteTest

@@ -1,5 +1,5 @@
-// The site's network: browsing with the packing of WNetEnumResource, and the
-// dial-in servers and controller of a domain.
+// The site's network browsed with the packing of WNetEnumResource: entries are
+// handed out as they fit the caller's buffer and count.
 
 #include "sitefixture.h"
 
@@ -10,16 +10,6 @@ using namespace OCL;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-std::unique_ptr<Platform> OpenNetwork(SiteTest::Site& site) {
-    site.WriteHosts();
-    site.Write("network.ini", "[Provider:Microsoft Windows Network]\r\nDomains=CORP, LAB\r\n\r\n"
-                              "[Provider:NetWare or Compatible Network]\r\nDomains=NWTREE\r\n\r\n"
-                              "[Domain:CORP]\r\nController=DC1\r\nBackupControllers=DC2\r\n"
-                              "Computers=DC1,RAS1,WS1,Console\r\nDialinServers=RAS1,RAS2\r\n\r\n"
-                              "[Domain:LAB]\r\nController=DOWN\r\n\r\n[Domain:NWTREE]\r\nComputers=NW1\r\n");
-    return site.Open();
-}
 
 QStringList Remote(const std::vector<NetResource>& entries) {
     QStringList list;
@@ -43,10 +33,14 @@ class TestSiteNetwork : public QObject {
     Q_OBJECT
 
 private slots:
-    // Entries are handed out as they fit the caller's buffer and count.
     void browse() {
         SiteTest::Site site;
-        auto platform = OpenNetwork(site);
+        site.WriteHosts();
+        site.Write("network.ini",
+                   "[Provider:Microsoft Windows Network]\r\nDomains=CORP\r\n\r\n[Domain:CORP]\r\n"
+                   "Controller=DC1\r\nBackupControllers=DC2\r\nComputers=DC1,RAS1,WS1,Console\r\n"
+                   "DialinServers=RAS1,RAS2\r\n");
+        auto platform = site.Open();
         INetwork& net = *platform->network;
         NetResource corp;
         corp.displayType = DisplayType::Domain;
@@ -96,47 +90,6 @@ private slots:
         QCOMPARE(net.OpenEnum(ResourceScope::GlobalNet, ResourceType::Any, 0, &corp, &handle),
                  Err::NotContainer);
         QVERIFY(!handle);
-    }
-
-    void domains_data() {
-        QTest::addColumn<QString>("domain");
-        QTest::addColumn<int>("serversResult");
-        QTest::addColumn<QStringList>("servers");
-        QTest::addColumn<int>("controllerResult");
-        QTest::addColumn<QString>("controller");
-
-        const QStringList corp{u"RAS1"_s, u"RAS2"_s};
-        QTest::newRow("primary domain") << QString() << 0 << corp << 0 << u"\\\\DC1"_s;
-        QTest::newRow("name in other case") << u"corp"_s << 0 << corp << 0 << u"\\\\DC1"_s;
-        QTest::newRow("controller unreachable, still named")
-            << u"LAB"_s << 0 << QStringList{} << 0 << u"\\\\DOWN"_s;
-        QTest::newRow("no controller")
-            << u"NWTREE"_s << 0 << QStringList{} << int(Err::NerrDcNotFound) << QString();
-        QTest::newRow("unknown domain") << u"NOWHERE"_s << int(Err::NoSuchDomain) << QStringList{}
-                                        << int(Err::NerrDcNotFound) << QString();
-    }
-
-    void domains() {
-        QFETCH(QString, domain);
-        QFETCH(QStringList, servers);
-        QFETCH(QString, controller);
-
-        SiteTest::Site site;
-        auto platform = OpenNetwork(site);
-        std::vector<std::u16string> names;
-        DWORD total = 99, resume = 0;
-        QTEST(int(platform->network->ServerEnum(domain.toStdU16String(), ServerType::DialinServer, 0xFFFFFFFF,
-                                                &names, &total, &resume)),
-              "serversResult");
-        QStringList got;
-        for (const auto& n : names)
-            got << QString::fromStdU16String(n);
-        QCOMPARE(got, servers);
-        QCOMPARE(total, DWORD(servers.size()));
-        std::u16string dc;
-        QTEST(int(platform->network->GetDCName(u"\\\\RAS1", domain.toStdU16String(), &dc)),
-              "controllerResult");
-        QCOMPARE(QString::fromStdU16String(dc), controller);
     }
 };
 

@@ -152,7 +152,7 @@ private slots:
 
         SiteTest::Site site;
         site.WriteHosts();
-        site.Write("hosts/RAS1/registry.reg", SiteTest::Bytes(file));
+        site.Write("hosts/RAS1/registry.reg", file.toStdString());
         auto platform = site.Open();
         QVERIFY(platform->problems.empty());
         const Value v = Get(*platform->registry, "\\\\RAS1", path, name.toStdString());
@@ -198,7 +198,7 @@ private slots:
 
         SiteTest::Site site;
         site.WriteHosts();
-        site.Write("hosts/RAS1/registry.reg", SiteTest::Bytes(file));
+        site.Write("hosts/RAS1/registry.reg", file.toStdString());
         auto platform = site.Open();
         QCOMPARE(platform->problems.size(), std::size_t(1));
         QVERIFY(platform->problems.front().find("registry.reg") != std::string::npos);
@@ -265,14 +265,15 @@ private slots:
         SiteTest::Site site;
         site.WriteHosts();
         site.Write("hosts/RAS1/registry.reg",
-                   SiteTest::Bytes(Unicode(u"Windows Registry Editor Version 5.00\n\n"
-                                           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\RAS\\CurrentVersion]\n"
-                                           "@=\"default text\"\n"
-                                           "\"Depend\"=hex(7):52,00,61,00,73,00,00,00,00,00\n\n"
-                                           "[HKEY_CURRENT_USER\\Console]\n"
-                                           "\"FaceName\"=\"Lucida\"\n\n"
-                                           "[HKEY_USERS\\.DEFAULT\\Control Panel\\International]\n"
-                                           "\"Locale\"=dword:ffffffc4\n"_s)));
+                   Unicode(u"Windows Registry Editor Version 5.00\n\n"
+                           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\RAS\\CurrentVersion]\n"
+                           "@=\"default text\"\n"
+                           "\"Depend\"=hex(7):52,00,61,00,73,00,00,00,00,00\n\n"
+                           "[HKEY_CURRENT_USER\\Console]\n"
+                           "\"FaceName\"=\"Lucida\"\n\n"
+                           "[HKEY_USERS\\.DEFAULT\\Control Panel\\International]\n"
+                           "\"Locale\"=dword:ffffffc4\n"_s)
+                       .toStdString());
         const char* path = "Software\\Osterline Technologies\\Callwarden\\Service";
         {
             auto platform = site.Open();

@@ -1,7 +1,9 @@
 // The site's service control: pending phases that end with the clock, as every
-// process that reads the file sees them, and the controls a service refuses.
+// process that reads the file sees them, and what a pending service refuses.
 
 #include "sitefixture.h"
+
+#include "ini/inifile.h"
 
 #include <QString>
 
@@ -46,6 +48,7 @@ private slots:
     void pendingPhases() {
         Services s;
         SC_HANDLE service = nullptr;
+        QCOMPARE(s.Open(u"Spooler"_s, &service), Err::ServiceDoesNotExist);
         QCOMPARE(s.Open(u"callwarden"_s, &service), Err::Success);
         ServiceStatus status;
         QCOMPARE(s.Control().Start(service), Err::Success);
@@ -62,11 +65,10 @@ private slots:
 
         // The phase ends by the clock alone: the file still says pending, and
         // another site object (as cwsite would be) sees the service running too.
-        QVERIFY(
-            s.site.Read("hosts/RAS1/services.ini")
-                .find(
-                    "[Callwarden]\r\nState=2\r\nStartPendingMs=3000\r\nStopPendingMs=2000\r\nPendingUntil=" +
-                    std::to_string(s.clock.NowMs()) + "\r\n") != std::string::npos);
+        Ini::Files files;
+        const auto file = s.site.Path("hosts/RAS1/services.ini");
+        QCOMPARE(files.GetString(file, "Callwarden", "State", ""), std::string("2"));
+        QCOMPARE(files.GetString(file, "Callwarden", "PendingUntil", ""), std::to_string(s.clock.NowMs()));
         OCL::Site::SiteOptions options;
         options.clock = &s.clock;
         auto other = s.site.Open(options);
@@ -84,41 +86,10 @@ private slots:
         QCOMPARE(s.Control().Start(service), Err::ServiceAlreadyRunning);
         s.clock.Advance(2000);
         QCOMPARE(s.State(service), ServiceState::Stopped);
-        QVERIFY(s.site.Read("hosts/RAS1/services.ini").find("[RemoteAccess]\r\nState=4\r\n") !=
-                std::string::npos);
+        // The other services are left as they were.
+        QCOMPARE(files.GetString(file, "RemoteAccess", "State", ""), std::string("4"));
         QCOMPARE(s.Control().Close(service), Err::Success);
         QCOMPARE(s.Control().Start(service), Err::InvalidHandle);
-    }
-
-    void refusals_data() {
-        QTest::addColumn<QString>("service");
-        QTest::addColumn<int>("control");
-        QTest::addColumn<int>("result");
-
-        QTest::newRow("unknown service") << u"Spooler"_s << 0 << int(Err::ServiceDoesNotExist);
-        QTest::newRow("ask a stopped service, name in other case")
-            << u"ROUTER"_s << int(ServiceControlCode::Interrogate) << int(Err::ServiceNotActive);
-        QTest::newRow("ask a running service")
-            << u"RemoteAccess"_s << int(ServiceControlCode::Interrogate) << 0;
-        QTest::newRow("pause is not offered") << u"RemoteAccess"_s << 2 << int(Err::InvalidServiceControl);
-    }
-
-    // What is refused or only asked leaves the file as it was.
-    void refusals() {
-        QFETCH(QString, service);
-        QFETCH(int, control);
-        QFETCH(int, result);
-
-        Services s;
-        const std::string before = s.site.Read("hosts/RAS1/services.ini");
-        SC_HANDLE handle = nullptr;
-        ServiceStatus status;
-        DWORD r = s.Open(service, &handle);
-        if (handle)
-            r = s.Control().Control(handle, DWORD(control), &status);
-        QCOMPARE(int(r), result);
-        QCOMPARE(s.site.Read("hosts/RAS1/services.ini"), before);
-        s.Control().Close(handle);
     }
 };
 

@@ -50,63 +50,60 @@ struct TestSite {
 
     TestSite() {
         using namespace OCL;
-        // RemoteAccess and Router: 0 no such service, 1 stopped, 2 starting, 4 running.
-        auto host = [this](const char* name, const char* kind, int remoteAccess, int router = 0,
-                           bool reachable = true, bool denied = false) {
+        using namespace Qt::StringLiterals;
+        // Name, kind, RemoteAccess and Router (0 no such service, 1 stopped, 2
+        // starting, 4 running), reachable, denying access.
+        const std::tuple<const char*, const char*, int, int, bool, bool> hosts[] = {
+            {"CONSOLE", "None", 0, 0, true, false}, {"RASSRV", "RAS", 4, 0, true, false},
+            {"STOPPED", "RAS", 1, 0, true, false},  {"NOSERVICE", "RAS", 0, 0, true, false},
+            {"STARTING", "RAS", 2, 0, true, false}, {"RTR1", "RRAS", 4, 1, true, false},
+            {"RTR2", "RRAS", 1, 4, true, false},    {"RTR3", "RRAS", 1, 1, true, false},
+            {"GONE", "RAS", 4, 0, false, false},    {"LOCKED", "RAS", 4, 0, true, true},
+            {"PDC", "None", 0, 0, true, false},     {"DOWNDC", "None", 0, 0, false, false}};
+        for (auto [name, kind, remoteAccess, router, reachable, denied] : hosts) {
             CSiteHostOptions options;
             options.rasKind = QString::fromLatin1(kind);
             options.reachable = reachable;
             options.accessDenied = denied;
             w.AddHost(QString::fromLatin1(name), options);
             if (remoteAccess)
-                w.SetService(QString::fromLatin1(name), QStringLiteral("RemoteAccess"), remoteAccess);
+                w.SetService(QString::fromLatin1(name), u"RemoteAccess"_s, remoteAccess);
             if (router)
-                w.SetService(QString::fromLatin1(name), QStringLiteral("Router"), router);
-        };
-        const std::tuple<const char*, const char*, int, int> hosts[] = {
-            {"CONSOLE", "None", 0, 0},  {"RASSRV", "RAS", 4, 0},   {"STOPPED", "RAS", 1, 0},
-            {"NOSERVICE", "RAS", 0, 0}, {"STARTING", "RAS", 2, 0}, {"RTR1", "RRAS", 4, 1},
-            {"RTR2", "RRAS", 1, 4},     {"RTR3", "RRAS", 1, 1},    {"PDC", "None", 0, 0}};
-        for (auto [name, kind, remoteAccess, router] : hosts)
-            host(name, kind, remoteAccess, router);
-        host("GONE", "RAS", 4, 0, false);
-        host("LOCKED", "RAS", 4, 0, true, true);
-        host("DOWNDC", "None", 0, 0, false);
-        w.SetLocalComputer(QStringLiteral("CONSOLE"));
+                w.SetService(QString::fromLatin1(name), u"Router"_s, router);
+        }
+        w.SetLocalComputer(u"CONSOLE"_s);
 
         Site::PortRecord com1 = Port("COM1", "alice", kStart, "10.1.2.3");
         com1.computer = "ALICEPC";
         com1.ipx = "00000001:00A0C9112233";
         com1.flags = RasPortFlags::PppClient | RasPortFlags::MessengerPresent;
-        w.AddPort(QStringLiteral("RASSRV"), com1);
-        w.AddPort(QStringLiteral("RASSRV"), Port("COM2"));
-        w.AddPort(QStringLiteral("RASSRV"), Port("COM3", "carol")); // a record without a start is no session
+        w.AddPort(u"RASSRV"_s, com1);
+        w.AddPort(u"RASSRV"_s, Port("COM2"));
+        w.AddPort(u"RASSRV"_s, Port("COM3", "carol")); // a record without a start is no session
         Site::PortRecord isdn = Port("ISDN1");
         isdn.hardwareCondition = 3;
-        w.AddPort(QStringLiteral("RASSRV"), isdn);
+        w.AddPort(u"RASSRV"_s, isdn);
         Site::PortRecord com10 = Port("COM10", "bob", kStart + 10, "10.1.2.4");
         com10.domain = "BRANCH";
-        w.AddPort(QStringLiteral("RASSRV"), com10);
+        w.AddPort(u"RASSRV"_s, com10);
 
         Site::PortRecord vpn = Port("VPN1-1", "alice", kStart, "10.0.0.7");
         vpn.computer = "ALICEPC";
         vpn.crcErr = 3;
-        w.AddPort(QStringLiteral("RTR1"), vpn);
+        w.AddPort(u"RTR1"_s, vpn);
         Site::PortRecord idle = Port("VPN1-2");
         idle.hardwareCondition = 3;
-        w.AddPort(QStringLiteral("RTR1"), idle);
-        w.AddPort(QStringLiteral("RTR1"), Port(kLongPort, kLongUser, kStart + 1, "192.168.200.254"));
-        w.AddPort(QStringLiteral("RTR2"), Port("PPTP1", "bob", kStart + 2, "172.16.5.1"));
-        w.AddPort(QStringLiteral("RTR3"), Port("VPN1"));
+        w.AddPort(u"RTR1"_s, idle);
+        w.AddPort(u"RTR1"_s, Port(kLongPort, kLongUser, kStart + 1, "192.168.200.254"));
+        w.AddPort(u"RTR2"_s, Port("PPTP1", "bob", kStart + 2, "172.16.5.1"));
+        w.AddPort(u"RTR3"_s, Port("VPN1"));
 
-        w.SetRasUser(QStringLiteral("PDC"), QStringLiteral("alice"),
-                     RasPriv::DialinPrivilege | RasPriv::NoCallback);
-        w.SetRasUser(QStringLiteral("PDC"), QStringLiteral("Bob"),
-                     RasPriv::DialinPrivilege | RasPriv::AdminSetCallback, QStringLiteral("555-1234"));
+        w.SetRasUser(u"PDC"_s, u"alice"_s, RasPriv::DialinPrivilege | RasPriv::NoCallback);
+        w.SetRasUser(u"PDC"_s, u"Bob"_s, RasPriv::DialinPrivilege | RasPriv::AdminSetCallback, u"555-1234"_s);
         w.Save();
         // A start that stays pending for the next hour.
-        Ini::Files().WriteString(w.HostPath(QStringLiteral("STARTING")).toStdString() + "/services.ini",
-                                 "RemoteAccess", "PendingUntil",
+        Ini::Files().WriteString(w.HostPath(u"STARTING"_s).toStdString() + "/services.ini", "RemoteAccess",
+                                 "PendingUntil",
                                  std::to_string(QDateTime::currentMSecsSinceEpoch() + 3600 * 1000));
     }
     QByteArray Root() const { return QFile::encodeName(dir.path()); }

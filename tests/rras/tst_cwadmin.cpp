@@ -73,8 +73,9 @@ private slots:
         DWORD address = 0xABCD, start = 0x1234;
         QVERIFY(!m_portData(3, name, user, &address, &start));
         QVERIFY(!m_portData(0xFFFFFFFF, name, user, &address, &start));
-        QCOMPARE(QByteArray(name) + QByteArray(user), QByteArray("untoucheduntouched"));
-        QCOMPARE(address + start, DWORD(0xABCD + 0x1234));
+        QCOMPARE(std::pair(QByteArray(name), QByteArray(user)),
+                 std::pair(QByteArray("untouched"), QByteArray("untouched")));
+        QCOMPARE(std::pair(address, start), std::pair(DWORD(0xABCD), DWORD(0x1234)));
 
         // A failed refresh leaves nothing stale to read.
         QCOMPARE(Snapshot("\\\\GONE", false), QList<Entry>());
@@ -174,8 +175,9 @@ private slots:
         QCOMPARE(m_numberOfPorts(server, &ports, &busy) != 0, server == "\\\\RTR1");
         if (code != 1013)
             QCOMPARE(uint(m_disconnect(server, port)), code);
-        QCOMPARE(Snapshot("\\\\RTR1", true).size(), 3);
-        QCOMPARE(Snapshot("\\\\RTR1", true)[0].user, QByteArray("OSTER\\alice"));
+        const QList<Entry> rtr1 = Snapshot("\\\\RTR1", true);
+        QCOMPARE(rtr1.size(), 3);
+        QCOMPARE(rtr1[0].user, QByteArray("OSTER\\alice"));
     }
 
     void disconnect() {
@@ -206,6 +208,8 @@ private:
         }
         return entries;
     }
+    // The server's table as the console reads it after a refresh that succeeded
+    // or failed as expected (else an entry saying so).
     QList<Entry> Snapshot(const char* server, bool ok) {
         DWORD n = 0xDEAD;
         if ((m_update(server, &n) != 0) != ok)
