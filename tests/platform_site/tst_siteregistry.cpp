@@ -1,5 +1,6 @@
-// The site registry: registry-export files as they come from real systems, the
-// RegQueryValueEx buffer rules, remote connections and the key rules.
+// The site registry: registry-export files as they come from real systems, read
+// and written back without losing a byte; a broken file left whole; the key
+// rules; and readers that never see half a file.
 
 #include "sitefixture.h"
 
