@@ -1,6 +1,7 @@
 // cwsite: writes a demo site (init) and runs the Callwarden service of every
 // host of a site (serve), so that the console runs anywhere.
 
+#include "site/gen/bigday.h"
 #include "site/gen/demosite.h"
 #include "site/serve/siteservice.h"
 
@@ -23,10 +24,12 @@ namespace {
 
 const char* const kUsage =
     "Usage:\n"
-    "  cwsite init DIR [--seed N] [--force] [--now SECONDS]\n"
+    "  cwsite init DIR [--seed N] [--force] [--now SECONDS] [--big-day]\n"
     "      Writes a demo site: three domains, six dial-in servers and weeks of history\n"
     "      up to now (or up to the given time, seconds since 1970). The same seed and\n"
     "      time give the same site. DIR must be missing or empty unless --force is given.\n"
+    "      --big-day adds the server LOADRAS (250 ports) with 1,000,000 events yesterday,\n"
+    "      for trying the console at scale (about 50 MB more).\n"
     "  cwsite serve DIR [--rate SESSIONS_PER_MINUTE] [--quiet] [--seed N]\n"
     "      Runs the Callwarden service of every host of the site until stopped\n"
     "      (Ctrl+C). With a rate, simulated callers dial in (chosen by the seed).\n";
@@ -65,7 +68,7 @@ bool Options(const QStringList& args, const QStringList& withValue, const QStrin
 
 int Init(const QString& dir, const QStringList& args) {
     QMap<QString, QString> options;
-    if (!Options(args, {u"--seed"_s, u"--now"_s}, {u"--force"_s}, &options))
+    if (!Options(args, {u"--seed"_s, u"--now"_s}, {u"--force"_s, u"--big-day"_s}, &options))
         return Fail(QString::fromLatin1(kUsage), 2);
     CDemoOptions demo;
     if (options.contains(u"--seed"_s)) {
@@ -80,11 +83,12 @@ int Init(const QString& dir, const QStringList& args) {
         if (!ok || demo.now <= 0)
             return Fail(u"--now takes a time in seconds since 1970"_s, 2);
     }
+    demo.bigDay = options.contains(u"--big-day"_s);
     const QString root = QFileInfo(dir).absoluteFilePath();
     QDir folder(root);
     if (folder.exists() && !folder.isEmpty()) {
         if (!options.contains(u"--force"_s))
-            return Fail(u"%1 is not empty; give --force to write the demo site over it"_s.arg(root));
+            return Fail(root + u" is not empty; give --force to write the demo site over it"_s);
         // Only what a site consists of goes; anything else in the folder stays.
         for (const QString& entry : {u"site.ini"_s, u"network.ini"_s})
             folder.remove(entry);
@@ -94,7 +98,7 @@ int Init(const QString& dir, const QStringList& args) {
     CDemoSummary summary;
     QString error;
     if (!WriteDemoSite(root, demo, &summary, &error))
-        return Fail(u"could not write the demo site: %1"_s.arg(error));
+        return Fail(u"could not write the demo site: "_s + error);
 
     QTextStream& out = Out();
     out << "Demo site written to " << root << "\n"
@@ -106,6 +110,9 @@ int Init(const QString& dir, const QStringList& args) {
         << "  monitored servers:\n";
     for (const QString& line : summary.servers)
         out << "    " << line << "\n";
+    if (!summary.bigDayFile.isEmpty())
+        out << "  big day: " << CwBigDay::kEvents << " events of " << CwBigDay::kServer << " in "
+            << summary.bigDayFile << "\n";
     out << "\nRun its Callwarden services:  cwsite serve " << root << " --rate 6\n"
         << "Open it in the console:       cwadmin --site " << root << Qt::endl;
     return 0;
@@ -123,7 +130,7 @@ int Serve(const QString& dir, const QStringList& args) {
         options.value(u"--seed"_s, QString::number(QDateTime::currentMSecsSinceEpoch() % 100000)).toUInt();
     const QString root = QFileInfo(dir).absoluteFilePath();
     if (!QFileInfo(root).isDir())
-        return Fail(u"%1 is not a site folder (write one with: cwsite init %1)"_s.arg(root));
+        return Fail(root + u" is not a site folder (write one with: cwsite init "_s + root + u')');
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalPipe) != 0)
         return Fail(u"cannot set up signal handling"_s);
@@ -146,7 +153,8 @@ int Serve(const QString& dir, const QStringList& args) {
         });
     if (!options.contains(u"--quiet"_s))
         Out() << "Serving " << root
-              << (rate > 0 ? u" with %1 simulated dial-ins a minute"_s.arg(rate) : QString())
+              << (rate > 0 ? u" with "_s + QString::number(rate) + u" simulated dial-ins a minute"_s
+                           : QString())
               << "; Ctrl+C stops." << Qt::endl;
     QString error;
     if (!service.Start(&error))

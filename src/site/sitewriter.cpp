@@ -85,9 +85,8 @@ bool LoadHive(const fs::path& file, CRegHive* hive, QString* error) {
     OCL::Site::RegParseResult parsed = OCL::Site::ParseRegistryText(ReadFile(file));
     if (!parsed.ok) {
         if (error)
-            *error = u"%1, line %2: %3"_s.arg(QString::fromStdString(file.string()))
-                         .arg(parsed.errorLine)
-                         .arg(QString::fromStdString(parsed.error));
+            *error = QString::fromStdString(file.string()) + u", line "_s +
+                     QString::number(parsed.errorLine) + u": "_s + QString::fromStdString(parsed.error);
         return false;
     }
     *hive = std::move(parsed.hive);

@@ -1,12 +1,14 @@
 #include "site/gen/demohistory.h"
 
 #include "site/gen/directory.h"
+#include "site/gen/text.h"
 #include "site/gen/traffic.h"
 
 #include <QDateTime>
 #include <QMap>
 
 #include <algorithm>
+#include <limits>
 #include <queue>
 
 using namespace Qt::StringLiterals;
@@ -31,8 +33,7 @@ struct Session {
     int server = 0, port = 0, user = 0;
     qint64 start = 0;
     quint32 ip = 0;
-    std::string ipx;
-    QString netbios;
+    std::string ipx, netbios;
     double rateOut = 0, rateIn = 0; // bytes per second while active
     qint64 idleFrom = 0;
     bool longForm = true;
@@ -44,31 +45,51 @@ public:
         : m_model(model), m_directory(directory), m_now(now), m_rng(rng) {
         for (const CDemoServer& server : model.servers)
             m_busy.append(QList<int>(server.ports.size(), -1));
-        for (const CDemoUser& user : model.users)
+        for (const CDemoUser& user : model.users) {
             if (user.hasProfile)
-                m_out.accounts.insert(user.Account().toUpper(), CAccount{user.Account(), user.profile, {}});
+                m_out.accounts.insert(user.Account().toUpper(),
+                                      CAccount{user.Account(), true, user.profile, {}});
+            const QList<CGroupProfile> groups =
+                CwRules::MemberOf(model.groupProfiles, directory, user.domain, user.name);
+            m_limits.append(CwRules::Governing(user.hasProfile ? &user.profile : nullptr, groups));
+        }
         for (const CDemoDomain& domain : model.domains) {
             QList<int> callers;
             std::vector<double> weights;
             for (int i = 0; i < model.users.size(); ++i)
                 if (model.users[i].domain == domain.name && model.users[i].Dials()) {
                     callers.append(i);
-                    // Accounts without a profile try now and then, and are refused.
-                    weights.push_back(model.users[i].weight * (model.users[i].hasProfile ? 1.0 : 0.25));
+                    // Accounts without limits to go by try now and then, and are refused.
+                    weights.push_back(model.users[i].weight * (m_limits[i] ? 1.0 : 0.25));
                 }
             m_callers.insert(domain.name,
                              {callers, std::discrete_distribution<int>(weights.begin(), weights.end())});
         }
     }
 
+    // Sessions ending, callers redialling and new attempts, in the order of time.
     void Run(std::vector<Attempt> attempts) {
         std::stable_sort(attempts.begin(), attempts.end(),
                          [](const Attempt& a, const Attempt& b) { return a.time < b.time; });
-        for (const Attempt& attempt : attempts) {
-            EndSessionsUntil(attempt.time);
-            Try(attempt);
+        constexpr qint64 kNever = std::numeric_limits<qint64>::max();
+        std::size_t next = 0;
+        for (;;) {
+            const qint64 end = m_ends.empty() ? kNever : m_ends.top().first;
+            const qint64 retry = m_retries.empty() ? kNever : m_retries.top().time;
+            const qint64 attempt = next < attempts.size() ? attempts[next].time : kNever;
+            const qint64 time = std::min({end, retry, attempt});
+            if (time > m_now)
+                break;
+            if (end == time) {
+                EndSession();
+            } else if (retry == time) {
+                const Attempt a = m_retries.top();
+                m_retries.pop();
+                Try(a);
+            } else {
+                Try(attempts[next++]);
+            }
         }
-        EndSessionsUntil(m_now);
         for (auto it = m_sessions.begin(); it != m_sessions.end(); ++it)
             m_out.live.append(Live(it.value()));
     }
@@ -105,9 +126,20 @@ private:
         return user;
     }
 
-    qint64 Log(qint64 time, const QString& section, const QString& value) {
+    qint64 Log(qint64 time, const QString& section, const CwDayLog::Event& event) {
+        std::optional<std::string> value = CwDayLog::Value(event);
+        if (!value)
+            return time; // the model's names are all valid; a statistics check would see the gap
         ++m_out.events;
-        return m_out.days[QDateTime::fromSecsSinceEpoch(time).date()].Add(section, time, value);
+        return m_out.days[QDateTime::fromSecsSinceEpoch(time).date()].Add(section, time, std::move(*value));
+    }
+
+    static CwDayLog::Event Denial(const QString& account, int reason) {
+        CwDayLog::Event e;
+        e.kind = CwDayLog::Event::Denied;
+        e.account = CwText::ToAnsi(account);
+        e.reason = reason;
+        return e;
     }
 
     qint64 Length(const CDemoUser& user) {
@@ -118,19 +150,19 @@ private:
         return qint64(seconds * (user.weight >= 2 ? 1.3 : 1.0));
     }
 
-    quint32 Address(int server, int port, const CAccount& account, const CPortProfile& portProfile) {
-        if (m_model.servers[server].staticIp && account.profile.staticIp)
-            return quint32(account.profile.staticIp);
+    quint32 Address(int server, int port, const CUserProfile& limits, const CPortProfile& portProfile) {
+        if (m_model.servers[server].staticIp && limits.staticIp)
+            return quint32(limits.staticIp);
         if (m_model.servers[server].staticIp && portProfile.staticIp)
             return quint32(portProfile.staticIp);
         return 10u << 24 | quint32(server + 1) << 16 | quint32(port + 1) << 8 |
                quint32(10 + m_ipCounter++ % 240);
     }
 
-    static QString Info(const CAccount& account, const CPortProfile& port) {
+    static QString Info(const CUserProfile& limits, const CPortProfile& port) {
         if (port.maxSessionTime > 0)
-            return u"Greeting sent: port limit %1 min"_s.arg(port.maxSessionTime / 60);
-        if (account.profile.HasTimeLimit())
+            return u"Greeting sent: port limit "_s + QString::number(port.maxSessionTime / 60) + u" min"_s;
+        if (limits.HasTimeLimit())
             return u"Greeting sent: account with time limits"_s;
         return {};
     }
@@ -148,26 +180,35 @@ private:
         const int port = idle[std::uniform_int_distribution<int>(0, int(idle.size()) - 1)(m_rng)];
         const CDemoUser& user = m_model.users[u];
         const QString portName = QString::fromStdString(server.ports[port].name);
-        const QString section = CwLog::Section(server.name, portName);
+        const QString section = CwDayLog::Section(server.name, portName);
 
-        auto account = m_out.accounts.find(user.Account().toUpper());
-        if (account == m_out.accounts.end()) {
-            Log(attempt.time, section, CwLog::DenyValue(user.Account(), CwRules::NotDefined));
+        const QString key = user.Account().toUpper();
+        auto account = m_out.accounts.find(key);
+        if (!m_limits[u]) {
+            Log(attempt.time, section, Denial(user.Account(), CwRules::NotDefined));
             return;
         }
+        // A member governed by its groups' profiles alone gets its statistics kept from now on.
+        if (account == m_out.accounts.end())
+            account = m_out.accounts.insert(key, CAccount{user.Account(), false, {}, {}});
+        const CUserProfile& limits = *m_limits[u];
         const CPortProfile portProfile = m_model.PortProfile(server.name, portName);
         const bool allowed = m_directory.IsAllowed(user.domain, user.name, portProfile.allowedGroups);
-        if (const int reason = CwRules::Check(*account, m_liveUsers.value(u) > 0, allowed, attempt.time)) {
-            Log(attempt.time, section, CwLog::DenyValue(account->section, reason));
+        const bool lockedOut = m_lockedOut.value({attempt.server, u}) > attempt.time;
+        if (const int reason = CwRules::Check(limits, account->stats, m_liveUsers.value(u) > 0, allowed,
+                                              lockedOut, attempt.time)) {
+            Log(attempt.time, section, Denial(account->section, reason));
             ++account->stats.totalDenieds;
             if (reason == CwRules::PeriodUsed)
-                m_discouraged[u] = attempt.time + 86400 * (account->profile.periodType == 1 ? 1 : 4);
+                m_discouraged[u] = attempt.time + 86400 * (limits.periodType == 1 ? 1 : 4);
             else if (reason == CwRules::Expired || reason == CwRules::TotalTimeUsed)
                 m_discouraged[u] = attempt.time + 5 * 86400;
             return;
         }
-        const qint64 start =
-            Log(attempt.time, section, CwLog::ConnectValue(account->section, Info(*account, portProfile)));
+        CwDayLog::Event connect;
+        connect.account = CwText::ToAnsi(account->section);
+        connect.info = CwText::ToAnsi(Info(limits, portProfile));
+        const qint64 start = Log(attempt.time, section, connect);
         CwRules::CountConnect(account->stats, start);
 
         Session s;
@@ -175,10 +216,11 @@ private:
         s.port = port;
         s.user = u;
         s.start = start;
-        s.ip = Address(attempt.server, port, *account, portProfile);
+        s.ip = Address(attempt.server, port, limits, portProfile);
         if (Chance(0.25))
             s.ipx = CwTraffic::IpxAddress(m_rng);
-        s.netbios = Chance(0.8) ? user.computer : u"?"_s;
+        if (Chance(0.8))
+            s.netbios = CwText::ToAnsi(user.computer); // else the caller's name is not known
         s.rateOut = Uniform(300, std::min(server.ports[port].lineSpeed / 10.0, 12000.0));
         s.rateIn = s.rateOut * Uniform(0.1, 0.5);
         s.longForm = Chance(0.7);
@@ -189,8 +231,8 @@ private:
             s.idleFrom = start + qint64(double(length) * Uniform(0.05, 0.4));
         }
         const qint64 idleMinutes = portProfile.idleMinutes > 0 ? portProfile.idleMinutes : server.idleTimer;
-        const CwRules::SessionEnd end =
-            CwRules::PlanEnd(*account, portProfile, idleMinutes, start, start + length, s.idleFrom);
+        const CwRules::SessionEnd end = CwRules::PlanEnd(limits, account->stats, portProfile, idleMinutes,
+                                                         start, start + length, s.idleFrom);
         s.end = end.time;
         s.reason = end.reason;
         const int id = m_nextSession++;
@@ -200,29 +242,39 @@ private:
         ++m_liveUsers[u];
     }
 
-    void EndSessionsUntil(qint64 time) {
-        while (!m_ends.empty() && m_ends.top().first <= time) {
-            const int id = m_ends.top().second;
-            m_ends.pop();
-            const Session s = m_sessions.take(id);
-            const CDemoUser& user = m_model.users[s.user];
-            CAccount& account = m_out.accounts[user.Account().toUpper()];
-            const qint64 lasted = s.end - s.start;
-            const qint64 active = (s.idleFrom ? std::min(s.idleFrom, s.end) : s.end) - s.start;
-            CwRules::CountDisconnect(account, lasted);
-            const CDemoServer& server = m_model.servers[s.server];
-            const QString section =
-                CwLog::Section(server.name, QString::fromStdString(server.ports[s.port].name));
-            const bool forced = s.reason != CwRules::Hangup;
-            Log(s.end, section,
-                forced || s.longForm ? CwLog::HangupLongValue(lasted, account.section, s.ip, s.reason,
-                                                              QString::fromStdString(s.ipx), s.netbios,
-                                                              qint64(double(active) * s.rateIn),
-                                                              qint64(double(active) * s.rateOut))
-                                     : CwLog::HangupValue(lasted, account.section, s.ip));
-            m_busy[s.server][s.port] = -1;
-            if (--m_liveUsers[s.user] <= 0)
-                m_liveUsers.remove(s.user);
+    void EndSession() {
+        const int id = m_ends.top().second;
+        m_ends.pop();
+        const Session s = m_sessions.take(id);
+        const CDemoUser& user = m_model.users[s.user];
+        CAccount& account = m_out.accounts[user.Account().toUpper()];
+        const qint64 lasted = s.end - s.start;
+        const qint64 active = (s.idleFrom ? std::min(s.idleFrom, s.end) : s.end) - s.start;
+        CwRules::CountDisconnect(*m_limits[s.user], account.stats, lasted);
+        const CDemoServer& server = m_model.servers[s.server];
+        const QString section =
+            CwDayLog::Section(server.name, QString::fromStdString(server.ports[s.port].name));
+        CwDayLog::Event e;
+        e.kind = CwDayLog::Event::Hangup;
+        e.account = CwText::ToAnsi(account.section);
+        e.lasted = lasted;
+        e.ip = s.ip;
+        e.reason = s.reason;
+        e.details = s.reason != CwRules::Hangup || s.longForm;
+        e.ipx = s.ipx;
+        e.netbios = s.netbios;
+        e.bytesIn = qint64(double(active) * s.rateIn);
+        e.bytesOut = qint64(double(active) * s.rateOut);
+        Log(s.end, section, e);
+        m_busy[s.server][s.port] = -1;
+        if (--m_liveUsers[s.user] <= 0)
+            m_liveUsers.remove(s.user);
+        if (s.reason == CwRules::IdleTimeout) {
+            // Cut off for idleness, some dial straight back in, and are refused for a while.
+            m_lockedOut[{s.server, s.user}] = s.end + CwRules::kIdleLockoutSeconds;
+            if (Chance(0.5))
+                m_retries.push(
+                    {s.end + std::uniform_int_distribution<int>(20, 240)(m_rng), s.server, s.user, 0});
         }
     }
 
@@ -249,8 +301,14 @@ private:
     // Ordered containers only: the site must come out the same in every process.
     QMap<int, Session> m_sessions;
     std::priority_queue<std::pair<qint64, int>, std::vector<std::pair<qint64, int>>, std::greater<>> m_ends;
-    QMap<int, int> m_liveUsers;      // user -> sessions
-    QMap<int, qint64> m_discouraged; // user -> until when they rarely try again
+    QMap<int, int> m_liveUsers;                    // user -> sessions
+    QMap<int, qint64> m_discouraged;               // user -> until when they rarely try again
+    QMap<std::pair<int, int>, qint64> m_lockedOut; // (server, user) -> end of an idle lock-out
+    struct Later {
+        bool operator()(const Attempt& a, const Attempt& b) const { return a.time > b.time; }
+    };
+    std::priority_queue<Attempt, std::vector<Attempt>, Later> m_retries;
+    QList<std::optional<CUserProfile>> m_limits; // by user: what governs the account, if anything
     qint64 m_time = 0;
     QMap<QString, std::pair<QList<int>, std::discrete_distribution<int>>> m_callers;
     int m_nextSession = 0;
@@ -266,6 +324,8 @@ CDemoHistory SimulateHistory(const CDemoModel& model, const CNetworkDirectory& d
     const QDate last = QDateTime::fromSecsSinceEpoch(now).date().addDays(1);
     for (int si = 0; si < model.servers.size(); ++si) {
         const CDemoServer& server = model.servers[si];
+        if (server.peakRate <= 0)
+            continue;
         const qint64 bias = consoleBias + server.biasOffset;
         for (QDate day = first; day <= last; day = day.addDays(1)) {
             const double share = day.dayOfWeek() >= 6 ? kWeekendShare : 1.0;

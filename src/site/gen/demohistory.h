@@ -24,8 +24,8 @@ struct CDemoLiveSession {
 };
 
 struct CDemoHistory {
-    QMap<QDate, CwLog::CDayLog> days; // by local date of the events
-    QMap<QString, CAccount> accounts; // accounts with a profile, by upper-cased section
+    QMap<QDate, CwDayLog::CDayLog> days; // by local date of the events
+    QMap<QString, CAccount> accounts;    // accounts with a section in callward.usr, by upper-cased name
     QList<CDemoLiveSession> live;
     int events = 0;
 };

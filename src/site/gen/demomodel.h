@@ -55,14 +55,6 @@ struct CDemoDomain {
     QStringList groups;
 };
 
-struct CDemoGroupProfile {
-    QString domain;
-    QString group;
-    qint64 maxSessionTime = 0;
-    qint64 maxTotalTime = 0;
-    bool noDuplicate = true;
-};
-
 struct CDemoModel {
     QString console = QStringLiteral("ADMINPC");
     QString installPath = QStringLiteral("C:\\Program Files\\Callwarden");
@@ -71,7 +63,7 @@ struct CDemoModel {
     QList<CDemoUser> users;
     QMap<QString, CPortProfile> portProfiles; // "SERVER\PORT" -> profile, in file order by key
     QStringList portProfileOrder;
-    QList<CDemoGroupProfile> groupProfiles;
+    QList<CGroupProfile> groupProfiles;
     CUserProfile defaultProfile;
 
     const CDemoServer* Master() const;

@@ -1,6 +1,7 @@
 #include "site/gen/demosite.h"
 
 #include "ini/inifile.h"
+#include "site/gen/bigday.h"
 #include "site/gen/demohistory.h"
 #include "site/gen/demomodel.h"
 #include "site/gen/directory.h"
@@ -117,11 +118,12 @@ QByteArray AccountFile(const CDemoModel& m, const CDemoHistory& history) {
         const auto account = history.accounts.find(user.Account().toUpper());
         if (account == history.accounts.end())
             continue;
-        CwProfiles::WriteProfile(edit, account->section, account->profile);
+        if (account->hasProfile)
+            CwProfiles::WriteProfile(edit, account->section, account->profile);
         CwProfiles::WriteStats(edit, account->section, account->stats);
     }
-    for (const CDemoGroupProfile& group : m.groupProfiles) {
-        const std::string section = CwText::ToAnsi(u"+%1\\%2"_s.arg(group.domain, group.group));
+    for (const CGroupProfile& group : m.groupProfiles) {
+        const std::string section = CwText::ToAnsi(u'+' + group.domain + u'\\' + group.group);
         edit.Set(section, "MaxSessionTime", std::to_string(group.maxSessionTime));
         edit.Set(section, "MaxTotalTime", std::to_string(group.maxTotalTime));
         edit.Set(section, "NoDuplicate", group.noDuplicate ? "1" : "0");
@@ -173,7 +175,26 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
     const qint64 now = options.now ? options.now : QDateTime::currentSecsSinceEpoch();
     const QDate today = QDateTime::fromSecsSinceEpoch(now).date();
     const int consoleBias = -QDateTime::fromSecsSinceEpoch(now).offsetFromUtc() / 60;
-    const CDemoModel model = BuildDemoModel(rng);
+    CDemoModel model = BuildDemoModel(rng);
+    if (options.bigDay) {
+        // A server of its own, so that its day stays apart from the network's history.
+        CDemoServer load;
+        load.name = CwBigDay::kServer;
+        load.domain = model.domains.front().name;
+        load.rras = true;
+        load.majorVersion = 5;
+        for (const QString& name : CwBigDay::PortNames()) {
+            OCL::Site::PortRecord port;
+            port.name = name.toStdString();
+            port.deviceType = "vpn";
+            port.deviceName = "VPN Miniport (PPTP)";
+            port.mediaName = "rastapi";
+            port.lineSpeed = 10000000;
+            load.ports.append(port);
+        }
+        model.servers.append(load);
+        model.domains.front().computers.append(load.name);
+    }
 
     CSiteWriter w(root);
     w.SetLocalComputer(model.console);
@@ -259,10 +280,22 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
     w.WriteShareFile(
         master->name, share, u"greet_2.txt"_s,
         QByteArray("This line is limited in time. You will be warned before your session is ended."));
-    for (auto it = history.days.constBegin(); it != history.days.constEnd(); ++it) {
+    const QDate bigDay = options.bigDay ? today.addDays(-1) : QDate();
+    QMap<QDate, std::string> files;
+    for (auto it = history.days.constBegin(); it != history.days.constEnd(); ++it)
+        files.insert(it.key(), it.value().Text());
+    if (bigDay.isValid()) {
+        std::mt19937 bigRng(options.seed ^ 0x5eedu);
+        files[bigDay] +=
+            CwBigDay::DayText(CwBigDay::kServer, CwBigDay::PortNames(), bigDay, CwBigDay::kEvents, bigRng);
+    }
+    for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
         const QString folder = it.key() < firstLogDay ? u"OldData"_s : u"LogData"_s;
-        const qint64 noon = QDateTime(it.key(), QTime(12, 0)).toSecsSinceEpoch();
-        w.WriteShareFile(master->name, share, folder + u'/' + CwLog::DayFileName(noon), it.value().Text());
+        const QString name =
+            folder + u'/' + CwDayLog::DayFileName(QDateTime(it.key(), QTime(12, 0)).toSecsSinceEpoch());
+        w.WriteShareFile(master->name, share, name, QByteArray::fromStdString(it.value()));
+        if (it.key() == bigDay && summary)
+            summary->bigDayFile = name;
     }
     QDir().mkpath(w.SharePath(master->name, share) + u"/LogData"_s);
     QDir().mkpath(w.SharePath(master->name, share) + u"/OldData"_s);
@@ -273,15 +306,16 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
     if (summary) {
         summary->masterShare = model.MasterShare();
         summary->accounts = int(model.users.size());
-        summary->profiles = int(history.accounts.size());
+        summary->profiles = int(std::count_if(history.accounts.begin(), history.accounts.end(),
+                                              [](const CAccount& a) { return a.hasProfile; }));
         summary->events = history.events;
         summary->liveSessions = int(history.live.size());
         for (const CDemoServer& s : model.servers) {
-            QString line = u"%1  %2 on Windows NT %3.0, %4 ports, %5"_s.arg(s.name, -10)
-                               .arg(s.rras ? u"Routing and RAS"_s : u"RAS            "_s)
-                               .arg(s.majorVersion)
-                               .arg(s.ports.size(), 2)
-                               .arg(TimeZoneText(consoleBias + s.biasOffset));
+            QString line = s.name.leftJustified(10) + u"  "_s +
+                           (s.rras ? u"Routing and RAS"_s : u"RAS            "_s) + u" on Windows NT "_s +
+                           QString::number(s.majorVersion) + u".0, "_s +
+                           QString::number(s.ports.size()).rightJustified(3) + u" ports, "_s +
+                           TimeZoneText(consoleBias + s.biasOffset);
             if (s.master)
                 line += u", master"_s;
             if (!s.reachable)

@@ -9,6 +9,8 @@ struct CDemoOptions {
     qint64 now = 0;   // 0: the current time; the history ends here
     int logDays = 30; // days of current logs, today included
     int oldDays = 5;  // migrated days before them
+    // Adds the load-test server LOADRAS with a million events yesterday.
+    bool bigDay = false;
 };
 
 struct CDemoSummary {
@@ -18,6 +20,7 @@ struct CDemoSummary {
     int profiles = 0;
     int events = 0;
     int liveSessions = 0;
+    QString bigDayFile; // the day file holding the big day, when written
 };
 
 bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummary* summary, QString* error);

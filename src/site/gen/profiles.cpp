@@ -1,6 +1,7 @@
 #include "site/gen/profiles.h"
 
 #include "ini/inifile.h"
+#include "site/gen/directory.h"
 #include "site/gen/text.h"
 
 #include <QDateTime>
@@ -40,6 +41,8 @@ std::optional<CAccount> ReadAccount(const OCL::Ini::Document& doc, const QString
         return std::nullopt;
     CAccount account;
     account.section = CwText::FromAnsi(doc.SectionName(*index));
+    for (const char* key : kProfileKeys)
+        account.hasProfile = account.hasProfile || doc.Find(name, key);
     account.profile = ReadProfile(doc, name);
     CUserStats& s = account.stats;
     s.totalConnects = Number(doc, name, "TotalConnects");
@@ -61,6 +64,24 @@ CPortProfile ReadPortProfile(const OCL::Ini::Document& hw, const QString& server
     if (const auto groups = hw.Find(section, "AllowedGroups"))
         p.allowedGroups = SplitAllowedGroups(CwText::FromAnsi(*groups));
     return p;
+}
+
+QList<CGroupProfile> ReadGroupProfiles(const OCL::Ini::Document& usr) {
+    QList<CGroupProfile> groups;
+    for (const std::string_view name : usr.SectionNames()) {
+        const QString section = CwText::FromAnsi(name);
+        const qsizetype slash = section.indexOf(u'\\');
+        if (!section.startsWith(u'+') || slash < 2)
+            continue;
+        CGroupProfile g;
+        g.domain = section.mid(1, slash - 1);
+        g.group = section.mid(slash + 1);
+        g.maxSessionTime = Number(usr, name, "MaxSessionTime");
+        g.maxTotalTime = Number(usr, name, "MaxTotalTime");
+        g.noDuplicate = Number(usr, name, "NoDuplicate") != 0;
+        groups.append(g);
+    }
+    return groups;
 }
 
 void WriteProfile(OCL::Ini::Edit& edit, const QString& section, const CUserProfile& p) {
@@ -121,7 +142,7 @@ QString DenialText(int reason) {
         return u"Access denied on Port"_s;
     case PeriodUsed:
         return u"No more time this period"_s;
-    case IdleTimeout:
+    case IdleLockedOut:
         return u"Idle Timeout"_s;
     default:
         return u"Denied"_s;
@@ -160,16 +181,40 @@ qint64 PeriodStart(qint64 now, int periodType) {
     return date.startOfDay().toSecsSinceEpoch();
 }
 
-void StartPeriod(CAccount& account, qint64 now) {
-    const int type = account.profile.periodType;
-    if (type >= 1 && type <= 3 && account.stats.lastConnection < PeriodStart(now, type))
-        account.stats.periodUsage = 0;
+QList<CGroupProfile> MemberOf(const QList<CGroupProfile>& groups, const CNetworkDirectory& directory,
+                              const QString& domain, const QString& user) {
+    QList<CGroupProfile> member;
+    for (const CGroupProfile& g : groups)
+        if (directory.IsMember(g.domain, g.group, domain, user))
+            member.append(g);
+    return member;
 }
 
-int Check(CAccount& account, bool connectedElsewhere, bool allowedOnPort, qint64 now) {
-    StartPeriod(account, now);
-    const CUserProfile& p = account.profile;
-    const CUserStats& s = account.stats;
+std::optional<CUserProfile> Governing(const CUserProfile* own, const QList<CGroupProfile>& groups) {
+    if (!own && groups.isEmpty())
+        return std::nullopt;
+    CUserProfile limits;
+    if (own)
+        limits = *own;
+    else
+        limits.noDuplicate = false;
+    // 0 is no limit: the smallest limit that is set wins.
+    auto strictest = [](qint64 a, qint64 b) {
+        return a > 0 && b > 0 ? std::min(a, b) : std::max(a, b);
+    };
+    for (const CGroupProfile& g : groups) {
+        limits.maxSessionTime = strictest(limits.maxSessionTime, g.maxSessionTime);
+        limits.maxTotalTime = strictest(limits.maxTotalTime, g.maxTotalTime);
+        limits.noDuplicate = limits.noDuplicate || g.noDuplicate;
+    }
+    return limits;
+}
+
+int Check(const CUserProfile& p, CUserStats& s, bool connectedElsewhere, bool allowedOnPort,
+          bool idleLockedOut, qint64 now) {
+    const bool periodic = p.periodType >= 1 && p.periodType <= 3;
+    if (periodic && s.lastConnection < PeriodStart(now, p.periodType))
+        s.periodUsage = 0;
     if (p.expiryTime > 0 && s.firstConnection > 0 && now >= s.firstConnection + p.expiryTime * 86400)
         return Expired;
     if (p.maxTotalTime > 0 && s.totalTime >= p.maxTotalTime)
@@ -178,8 +223,10 @@ int Check(CAccount& account, bool connectedElsewhere, bool allowedOnPort, qint64
         return AlreadyConnected;
     if (!allowedOnPort)
         return PortDenied;
-    if (p.periodType >= 1 && p.periodType <= 3 && p.periodMax > 0 && s.periodUsage >= p.periodMax)
+    if (periodic && p.periodMax > 0 && s.periodUsage >= p.periodMax)
         return PeriodUsed;
+    if (idleLockedOut)
+        return IdleLockedOut;
     return Admitted;
 }
 
@@ -191,36 +238,34 @@ void CountConnect(CUserStats& stats, qint64 now) {
     stats.lastConnection = std::max(stats.lastConnection, now);
 }
 
-void CountDisconnect(CAccount& account, qint64 lasted) {
-    account.stats.totalTime += lasted;
-    account.stats.lasted = lasted;
-    if (account.profile.periodType != 0)
-        account.stats.periodUsage += lasted;
+void CountDisconnect(const CUserProfile& limits, CUserStats& stats, qint64 lasted) {
+    stats.totalTime += lasted;
+    stats.lasted = lasted;
+    if (limits.periodType != 0)
+        stats.periodUsage += lasted;
 }
 
-int LimitReached(const CAccount& account, const CPortProfile& port, qint64 idleMinutes, qint64 start,
-                 qint64 now, qint64 idleSince) {
+int LimitReached(const CUserProfile& p, const CUserStats& stats, const CPortProfile& port, qint64 idleMinutes,
+                 qint64 start, qint64 now, qint64 idleSince) {
     const qint64 elapsed = now - start;
-    const CUserProfile& p = account.profile;
     if (port.maxSessionTime > 0 && elapsed >= port.maxSessionTime)
         return PortMaxTime;
     if (p.maxSessionTime > 0 && elapsed >= p.maxSessionTime)
         return UserMaxSession;
-    if (p.maxTotalTime > 0 && account.stats.totalTime + elapsed >= p.maxTotalTime)
+    if (p.maxTotalTime > 0 && stats.totalTime + elapsed >= p.maxTotalTime)
         return UserMaxTotal;
     if (idleMinutes > 0 && now - idleSince >= idleMinutes * 60)
         return IdleTimeout;
     return 0;
 }
 
-SessionEnd PlanEnd(const CAccount& account, const CPortProfile& port, qint64 idleMinutes, qint64 start,
-                   qint64 plannedEnd, qint64 idleFrom) {
-    const CUserProfile& p = account.profile;
+SessionEnd PlanEnd(const CUserProfile& p, const CUserStats& stats, const CPortProfile& port,
+                   qint64 idleMinutes, qint64 start, qint64 plannedEnd, qint64 idleFrom) {
     constexpr qint64 kNever = std::numeric_limits<qint64>::max();
     const std::array<SessionEnd, 5> candidates = {{
         {port.maxSessionTime > 0 ? start + port.maxSessionTime : kNever, PortMaxTime},
         {p.maxSessionTime > 0 ? start + p.maxSessionTime : kNever, UserMaxSession},
-        {p.maxTotalTime > 0 ? start + std::max<qint64>(1, p.maxTotalTime - account.stats.totalTime) : kNever,
+        {p.maxTotalTime > 0 ? start + std::max<qint64>(1, p.maxTotalTime - stats.totalTime) : kNever,
          UserMaxTotal},
         {idleFrom > 0 && idleMinutes > 0 ? idleFrom + idleMinutes * 60 : kNever, IdleTimeout},
         {plannedEnd, Hangup},

@@ -2,6 +2,12 @@
 // Profiles and statistics as the service keeps them, and the rules by which it
 // admits a dial-in, ends sessions at their limits and counts usage.
 //
+// The limits that govern an account are the strictest of its own profile and
+// the profiles of every group it belongs to: the shortest session and total
+// time limits that are set, one session at a time when any of them asks for
+// it. Period, expiry and static address come from the own profile only. An
+// account without an own profile is governed by its groups' profiles alone.
+//
 // callward.usr, one section "DOMAIN\account" per account (profile and
 // statistics) and "+DOMAIN\group" per group profile:
 //   MaxSessionTime, MaxTotalTime, PeriodMax   seconds (0: no limit)
@@ -15,6 +21,7 @@
 // AllowedGroups "G1;G2;DOMAIN\;", Idle minutes), "Default" with the profile keys
 // and AssignDefault, "General" and "Greetings".
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -26,6 +33,7 @@ namespace OCL::Ini {
 class Document;
 class Edit;
 } // namespace OCL::Ini
+class CNetworkDirectory;
 
 struct CUserProfile {
     qint64 maxSessionTime = 0;
@@ -52,9 +60,18 @@ struct CUserStats {
 };
 
 struct CAccount {
-    QString section; // "DOMAIN\account" as the file spells it
+    QString section;         // "DOMAIN\account" as the file spells it
+    bool hasProfile = false; // the section holds profile keys, not only statistics
     CUserProfile profile;
     CUserStats stats;
+};
+
+// A group profile, "+DOMAIN\group": its limits apply to every member.
+struct CGroupProfile {
+    QString domain, group;
+    qint64 maxSessionTime = 0;
+    qint64 maxTotalTime = 0;
+    bool noDuplicate = true;
 };
 
 struct CPortProfile {
@@ -74,6 +91,8 @@ CUserProfile ReadProfile(const OCL::Ini::Document& doc, std::string_view section
 // The account's section of callward.usr, found without regard to case.
 std::optional<CAccount> ReadAccount(const OCL::Ini::Document& doc, const QString& section);
 CPortProfile ReadPortProfile(const OCL::Ini::Document& hw, const QString& server, const QString& port);
+// Every "+DOMAIN\group" section of callward.usr.
+QList<CGroupProfile> ReadGroupProfiles(const OCL::Ini::Document& usr);
 
 void WriteProfile(OCL::Ini::Edit& edit, const QString& section, const CUserProfile& profile);
 void WriteStats(OCL::Ini::Edit& edit, const QString& section, const CUserStats& stats);
@@ -95,6 +114,7 @@ enum Denial {
     AlreadyConnected = 4,
     PortDenied = 5,
     PeriodUsed = 6,
+    IdleLockedOut = 9, // "Idle Timeout": redialled right after an idle time-out
 };
 // Reasons of a forced disconnect, as logged after "H".
 enum Forced { PortMaxTime = 1, UserMaxSession = 2, UserMaxTotal = 3, IdleTimeout = 9, Hangup = 255 };
@@ -102,22 +122,33 @@ enum Forced { PortMaxTime = 1, UserMaxSession = 2, UserMaxTotal = 3, IdleTimeout
 QString DenialText(int reason);
 QString ForcedText(int reason);
 
+// An account whose session was ended for idleness is refused (IdleLockedOut)
+// when it dials in to that server again this soon.
+inline constexpr qint64 kIdleLockoutSeconds = 300;
+
+// The group profiles among groups that DOMAIN\user belongs to.
+QList<CGroupProfile> MemberOf(const QList<CGroupProfile>& groups, const CNetworkDirectory& directory,
+                              const QString& domain, const QString& user);
+// The limits that govern an account (see above); nothing when it has neither
+// an own profile nor a group profile.
+std::optional<CUserProfile> Governing(const CUserProfile* own, const QList<CGroupProfile>& groups);
+
 // Start of the period (1 day, 2 week from Monday, 3 month) that holds now, local time.
 qint64 PeriodStart(qint64 now, int periodType);
-// A connection in a new period starts the period's usage afresh.
-void StartPeriod(CAccount& account, qint64 now);
 
-// Checks an existing account in the service's order: expiry, total time, a
-// second session, the port's groups, the period. Resets the period usage first.
-int Check(CAccount& account, bool connectedElsewhere, bool allowedOnPort, qint64 now);
+// Checks a dial-in under the governing limits in the service's order: expiry,
+// total time, a second session, the port's groups, the period, a recent idle
+// time-out. Starts a new period's usage afresh first.
+int Check(const CUserProfile& limits, CUserStats& stats, bool connectedElsewhere, bool allowedOnPort,
+          bool idleLockedOut, qint64 now);
 
 void CountConnect(CUserStats& stats, qint64 now);
-void CountDisconnect(CAccount& account, qint64 lasted);
+void CountDisconnect(const CUserProfile& limits, CUserStats& stats, qint64 lasted);
 
 // The limit that ends a session at now (a Forced reason), or 0.
 // idleSince: the time of the session's last traffic.
-int LimitReached(const CAccount& account, const CPortProfile& port, qint64 idleMinutes, qint64 start,
-                 qint64 now, qint64 idleSince);
+int LimitReached(const CUserProfile& limits, const CUserStats& stats, const CPortProfile& port,
+                 qint64 idleMinutes, qint64 start, qint64 now, qint64 idleSince);
 
 // When a session that would last until plannedEnd really ends, and why
 // (Hangup for its own end). idleFrom: when it stops sending (0: never).
@@ -125,7 +156,7 @@ struct SessionEnd {
     qint64 time = 0;
     int reason = Hangup;
 };
-SessionEnd PlanEnd(const CAccount& account, const CPortProfile& port, qint64 idleMinutes, qint64 start,
-                   qint64 plannedEnd, qint64 idleFrom);
+SessionEnd PlanEnd(const CUserProfile& limits, const CUserStats& stats, const CPortProfile& port,
+                   qint64 idleMinutes, qint64 start, qint64 plannedEnd, qint64 idleFrom);
 
 } // namespace CwRules

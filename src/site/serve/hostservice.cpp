@@ -2,7 +2,6 @@
 
 #include "ini/inifile.h"
 #include "platform/site/regparser.h"
-#include "site/gen/logformat.h"
 #include "site/gen/text.h"
 #include "site/gen/traffic.h"
 
@@ -20,6 +19,10 @@ namespace {
 const QString kAccepted = u"0,Session accepted"_s;
 const QString kDisconnected = u"0,Session disconnected"_s;
 const QString kBadRequest = u"1,Bad request"_s;
+
+QString Yes(bool on) {
+    return on ? u"1"_s : u"0"_s;
+}
 
 bool Same(const QString& a, const std::string& b) {
     return OCL::Site::SameName(CwText::ToAnsi(a), b);
@@ -85,15 +88,15 @@ void CHostService::Start(qint64 now) {
         for (Held& held : m_held)
             held.plannedEnd = now + qint64(Uniform(m_context.rng, 120, 2400));
     WriteStatus();
-    m_context.Print(
-        u"%1  Callwarden service running, %2 session(s) connected"_s.arg(Name()).arg(m_held.size()));
+    m_context.Print(Name() + u"  Callwarden service running, "_s + QString::number(m_held.size()) +
+                    u" session(s) connected"_s);
 }
 
 void CHostService::Stop() {
     m_running = false;
     m_held.clear();
     WriteStatus();
-    m_context.Print(u"%1  Callwarden service stopped"_s.arg(Name()));
+    m_context.Print(Name() + u"  Callwarden service stopped"_s);
 }
 
 CHostService::Held CHostService::NewHeld(const PortRecord& port, qint64 now) {
@@ -102,7 +105,7 @@ CHostService::Held CHostService::NewHeld(const PortRecord& port, qint64 now) {
     h.domain = CwText::FromAnsi(port.domain);
     h.user = CwText::FromAnsi(port.user);
     h.computer = CwText::FromAnsi(port.computer);
-    h.ipx = QString::fromStdString(port.ipx);
+    h.ipx = CwText::FromAnsi(port.ipx);
     h.start = port.start;
     h.ip = OCL::Site::PackAddress(port.ip);
     h.lastActivity = now;
@@ -124,16 +127,11 @@ void CHostService::ReadSettings() {
 
 void CHostService::WriteStatus() {
     const QString text =
-        u"[Service]\r\nState=%1\r\nRereads=%2\r\nIdleTimer=%3\r\nStaticIP=%4\r\nMaster=%5\r\n"
-        u"MasterShare=%6\r\nLogSessionEventsToEventLog=%7\r\nSessions=%8\r\n"_s
-            .arg(m_running ? u"Running"_s : u"Stopped"_s)
-            .arg(m_rereads)
-            .arg(m_settings.idleTimer)
-            .arg(m_settings.staticIp ? 1 : 0)
-            .arg(m_settings.master ? 1 : 0)
-            .arg(m_settings.masterShare)
-            .arg(m_settings.logToEventLog ? 1 : 0)
-            .arg(m_held.size());
+        u"[Service]\r\nState="_s + (m_running ? u"Running"_s : u"Stopped"_s) + u"\r\nRereads="_s +
+        QString::number(m_rereads) + u"\r\nIdleTimer="_s + QString::number(m_settings.idleTimer) +
+        u"\r\nStaticIP="_s + Yes(m_settings.staticIp) + u"\r\nMaster="_s + Yes(m_settings.master) +
+        u"\r\nMasterShare="_s + m_settings.masterShare + u"\r\nLogSessionEventsToEventLog="_s +
+        Yes(m_settings.logToEventLog) + u"\r\nSessions="_s + QString::number(m_held.size()) + u"\r\n"_s;
     if (text == m_lastStatus)
         return;
     const fs::path dir = m_context.site->Root() / "run";
@@ -152,17 +150,29 @@ std::optional<fs::path> CHostService::DataRoot() {
     return local;
 }
 
-void CHostService::Log(const fs::path& root, const QString& port, qint64 time, const QString& value,
+bool CHostService::Log(const fs::path& root, const QString& port, qint64 time, const CwDayLog::Event& event,
                        qint64* key) {
+    if (key)
+        *key = time;
+    const QString where = Name() + u'\\' + port;
+    const std::optional<std::string> value = CwDayLog::Value(event);
+    if (!value) {
+        m_context.Print(where + u"  not logged: "_s + CwText::FromAnsi(event.account) +
+                        u" cannot be written to the log unchanged"_s);
+        return false;
+    }
     const fs::path file =
-        OCL::Site::AppendWithoutCase(root, "LogData\\" + CwText::ToAnsi(CwLog::DayFileName(time)));
+        OCL::Site::AppendWithoutCase(root, "LogData\\" + CwText::ToAnsi(CwDayLog::DayFileName(time)));
     QString error;
     const qint64 used =
-        CwLog::AppendEvent(m_context.Files(), file, CwLog::Section(Name(), port), time, value, &error);
-    if (!used)
-        m_context.Print(u"%1  cannot write the log: %2"_s.arg(Name(), error));
+        CwDayLog::AppendEvent(m_context.Files(), file, CwDayLog::Section(Name(), port), time, *value, &error);
+    if (!used) {
+        m_context.Print(where + u"  cannot write the log: "_s + error);
+        return false;
+    }
     if (key)
-        *key = used ? used : time;
+        *key = used;
+    return true;
 }
 
 QByteArray CHostService::Handle(const QByteArray& request, qint64 now) {
@@ -175,12 +185,9 @@ QByteArray CHostService::Handle(const QByteArray& request, qint64 now) {
         ReadSettings();
         ++m_rereads;
         WriteStatus();
-        m_context.Print(
-            u"%1  settings reread: IdleTimer=%2 StaticIP=%3 Master=%4 MasterShare=%5"_s.arg(Name())
-                .arg(m_settings.idleTimer)
-                .arg(m_settings.staticIp ? 1 : 0)
-                .arg(m_settings.master ? 1 : 0)
-                .arg(m_settings.masterShare));
+        m_context.Print(Name() + u"  settings reread: IdleTimer="_s + QString::number(m_settings.idleTimer) +
+                        u" StaticIP="_s + Yes(m_settings.staticIp) + u" Master="_s + Yes(m_settings.master) +
+                        u" MasterShare="_s + m_settings.masterShare);
         reply = u"0"_s;
     } else if (const QStringList fields = text.split(u','); fields.size() == 7) {
         const QString action = fields[0].trimmed(), port = fields[1].trimmed(), account = fields[2].trimmed();
@@ -188,10 +195,10 @@ QByteArray CHostService::Handle(const QByteArray& request, qint64 now) {
         if (action == u"0"_s && !port.isEmpty() && slash > 0 && slash < account.size() - 1)
             reply = Connect(port, account, fields[3].trimmed(), now, Plan{});
         else if (action == u"1"_s && !port.isEmpty())
-            reply = Hangup(port, now, fields[4].trimmed().toLongLong());
+            reply = Hangup(port, account, now, fields[4].trimmed().toLongLong());
     }
     if (reply == kBadRequest)
-        m_context.Print(u"%1  bad request (%2 bytes)"_s.arg(Name()).arg(request.size()));
+        m_context.Print(Name() + u"  bad request ("_s + QString::number(request.size()) + u" bytes)"_s);
     return QByteArray::fromStdString(CwText::ToAnsi(reply));
 }
 
@@ -207,64 +214,92 @@ bool CHostService::ConnectedAnywhere(const QString& domain, const QString& user)
     return false;
 }
 
-quint32 CHostService::Address(int portIndex, const CAccount& account, const CPortProfile& portProfile) {
-    if (m_settings.staticIp && account.profile.staticIp)
-        return quint32(account.profile.staticIp);
+quint32 CHostService::Address(int portIndex, const CUserProfile& limits, const CPortProfile& portProfile) {
+    if (m_settings.staticIp && limits.staticIp)
+        return quint32(limits.staticIp);
     if (m_settings.staticIp && portProfile.staticIp)
         return quint32(portProfile.staticIp);
     return 10u << 24 | quint32(m_number & 0xFF) << 16 | quint32((portIndex + 1) & 0xFF) << 8 |
            quint32(10 + m_ipCounter++ % 240);
 }
 
+CHostService::Caller CHostService::Identify(const OCL::Ini::Document& usr, const OCL::Ini::Document* hw,
+                                            const QString& domain, const QString& user) {
+    Caller c;
+    c.account = CwProfiles::ReadAccount(usr, domain + u'\\' + user);
+    if (c.account && c.account->hasProfile) {
+        c.own = c.account->profile;
+    } else if (hw && CwText::ToNumber(hw->Find("Default", "AssignDefault").value_or("0")) == 1) {
+        c.own = CwProfiles::ReadProfile(*hw, "Default");
+        c.fromDefault = true;
+    }
+    const QList<CGroupProfile> groups =
+        CwRules::MemberOf(CwProfiles::ReadGroupProfiles(usr), m_context.Directory(), domain, user);
+    c.limits = CwRules::Governing(c.own ? &*c.own : nullptr, groups);
+    return c;
+}
+
+QString CHostService::Deny(const fs::path& root, const QString& port, const QString& account,
+                           const QString& source, qint64 now, int reason) {
+    CwDayLog::Event e;
+    e.kind = CwDayLog::Event::Denied;
+    e.account = CwText::ToAnsi(account);
+    e.reason = reason;
+    Log(root, port, now, e);
+    m_context.Print(Name() + u'\\' + port + u"  "_s + account + u" denied: "_s + CwRules::DenialText(reason) +
+                    source);
+    return u"1,"_s + CwRules::DenialText(reason);
+}
+
 QString CHostService::Connect(const QString& portName, const QString& accountName, const QString& computer,
                               qint64 now, const Plan& plan) {
-    const QString domain = accountName.section(u'\\', 0, 0), user = accountName.section(u'\\', 1);
     std::vector<PortRecord> ports = m_context.site->ReadPorts(m_host);
     const PortRecord* port = FindPort(ports, portName);
     if (!port)
         return u"1,Unknown port"_s;
     const QString portSpelled = QString::fromStdString(port->name);
-    const QString where = u"%1\\%2"_s.arg(Name(), portSpelled);
+    const QString where = Name() + u'\\' + portSpelled;
     const QString source = plan.simulated ? u" (simulated)"_s : QString();
     if (port->Connected())
-        return u"1,Port in use by %1\\%2"_s.arg(CwText::FromAnsi(port->domain), CwText::FromAnsi(port->user));
+        return u"1,Port in use by "_s + CwText::FromAnsi(port->domain) + u'\\' + CwText::FromAnsi(port->user);
     if (port->hardwareCondition != 1)
         return u"1,Port not operational"_s;
+    // The name goes into the port table and the log as it stands.
+    if (!computer.isEmpty() && !CwDayLog::IsComputerName(computer))
+        return u"1,Invalid computer name"_s;
     const auto root = DataRoot();
     if (!root) {
-        m_context.Print(u"%1  cannot reach the data share %2"_s.arg(where, m_settings.masterShare));
+        m_context.Print(where + u"  cannot reach the data share "_s + m_settings.masterShare);
         return u"1,Data share not available"_s;
     }
+    // No Windows account has such a name: nobody to look up, nothing to keep.
+    if (!CwDayLog::IsAccountName(accountName))
+        return Deny(*root, portSpelled, accountName, source, now, CwRules::NotDefined);
+    const qsizetype slash = accountName.indexOf(u'\\');
+    const QString domain = accountName.left(slash), user = accountName.mid(slash + 1);
     const fs::path usr = OCL::Site::AppendWithoutCase(*root, "callward.usr");
     const fs::path hw = OCL::Site::AppendWithoutCase(*root, "callward.hw");
     auto& files = m_context.Files();
     const auto hwDoc = files.Read(hw);
-    std::optional<CAccount> account = CwProfiles::ReadAccount(*files.Read(usr), accountName);
-    bool created = false;
-    if (!account) {
-        if (CwText::ToNumber(hwDoc->Find("Default", "AssignDefault").value_or("0")) != 1) {
-            Log(*root, portSpelled, now, CwLog::DenyValue(accountName, CwRules::NotDefined));
-            m_context.Print(u"%1  %2 denied: %3%4"_s.arg(where, accountName, CwRules::DenialText(1), source));
-            return u"1,"_s + CwRules::DenialText(CwRules::NotDefined);
-        }
-        account = CAccount{accountName, CwProfiles::ReadProfile(*hwDoc, "Default"), {}};
-        created = true;
-    }
+    const Caller caller = Identify(*files.Read(usr), hwDoc.get(), domain, user);
+    if (!caller.limits)
+        return Deny(*root, portSpelled, accountName, source, now, CwRules::NotDefined);
 
+    const QString section = caller.account ? caller.account->section : accountName;
+    CUserStats stats = caller.account ? caller.account->stats : CUserStats{};
     const CPortProfile portProfile = CwProfiles::ReadPortProfile(*hwDoc, Name(), portSpelled);
     const bool allowed = m_context.Directory().IsAllowed(domain, user, portProfile.allowedGroups);
-    const int reason = CwRules::Check(*account, ConnectedAnywhere(domain, user), allowed, now);
+    const bool lockedOut = m_lockedOut.value(accountName.toUpper()) > now;
     OCL::Ini::Edit edit;
-    if (created)
-        CwProfiles::WriteProfile(edit, account->section, account->profile);
-    if (reason) {
-        ++account->stats.totalDenieds;
-        CwProfiles::WriteStats(edit, account->section, account->stats);
-        files.Apply(usr, edit);
-        Log(*root, portSpelled, now, CwLog::DenyValue(account->section, reason));
-        m_context.Print(
-            u"%1  %2 denied: %3%4"_s.arg(where, account->section, CwRules::DenialText(reason), source));
-        return u"1,"_s + CwRules::DenialText(reason);
+    if (const int reason =
+            CwRules::Check(*caller.limits, stats, ConnectedAnywhere(domain, user), allowed, lockedOut, now)) {
+        // One who would only get the default profile is no account of the service until admitted.
+        if (caller.account || !caller.fromDefault) {
+            ++stats.totalDenieds;
+            CwProfiles::WriteStats(edit, section, stats);
+            files.Apply(usr, edit);
+        }
+        return Deny(*root, portSpelled, section, source, now, reason);
     }
 
     // Take the port; another caller may have got it in the meantime.
@@ -275,7 +310,7 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
     held.computer = computer;
     held.start = now;
     held.lastActivity = now;
-    held.ip = Address(int(port - ports.data()), *account, portProfile);
+    held.ip = Address(int(port - ports.data()), *caller.limits, portProfile);
     held.rateOut = Uniform(m_context.rng, 200, std::clamp(port->lineSpeed / 10.0, 400.0, 12000.0));
     held.rateIn = held.rateOut * Uniform(m_context.rng, 0.1, 0.5);
     if (plan.length > 0)
@@ -302,29 +337,35 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
         return u"1,Port in use"_s;
 
     const qint64 mask = CwText::ToNumber(hwDoc->Find("Greetings", "RuleMask").value_or("0"));
-    QString info;
+    CwDayLog::Event e;
+    e.account = CwText::ToAnsi(section);
     if ((mask & 4) && portProfile.maxSessionTime > 0)
-        info = u"Greeting sent: port limit %1 min"_s.arg(portProfile.maxSessionTime / 60);
-    else if ((mask & 2) && account->profile.HasTimeLimit())
-        info = u"Greeting sent: account with time limits"_s;
+        e.info = "Greeting sent: port limit " + std::to_string(portProfile.maxSessionTime / 60) + " min";
+    else if ((mask & 2) && caller.limits->HasTimeLimit())
+        e.info = "Greeting sent: account with time limits";
     else if (mask & 1)
-        info = u"Greeting sent"_s;
+        e.info = "Greeting sent";
     qint64 key = now;
-    Log(*root, portSpelled, now, CwLog::ConnectValue(account->section, info), &key);
-    CwRules::CountConnect(account->stats, key);
-    CwProfiles::WriteStats(edit, account->section, account->stats);
+    Log(*root, portSpelled, now, e, &key);
+    CwRules::CountConnect(stats, key);
+    // Only now is the caller allowed in, and only now gets a profile of its own.
+    if (caller.fromDefault)
+        CwProfiles::WriteProfile(edit, section, *caller.own);
+    CwProfiles::WriteStats(edit, section, stats);
     files.Apply(usr, edit);
     m_held.insert(portSpelled.toUpper(), held);
     WriteStatus();
-    m_context.Print(u"%1  %2 connected from %3, IP %4%5%6"_s.arg(
-        where, account->section, computer, QString::fromStdString(OCL::Site::DottedAddress(held.ip)),
-        created ? u", profile made from Default"_s : QString(), source));
+    m_context.Print(where + u"  "_s + section + u" connected from "_s + computer + u", IP "_s +
+                    QString::fromStdString(OCL::Site::DottedAddress(held.ip)) +
+                    (caller.fromDefault ? u", profile made from Default"_s : QString()) + source);
     return kAccepted;
 }
 
-QString CHostService::Hangup(const QString& portName, qint64 now, qint64 time) {
+QString CHostService::Hangup(const QString& portName, const QString& account, qint64 now, qint64 time) {
+    const qsizetype slash = account.indexOf(u'\\');
+    const QString domain = account.left(slash), user = account.mid(slash + 1);
     PortRecord ended;
-    bool found = false;
+    bool found = false, someoneElse = false;
     const bool written = m_context.site->EditPorts(m_host, [&](std::vector<PortRecord>& table) {
         PortRecord* p = FindPort(table, portName);
         if (!p)
@@ -332,12 +373,18 @@ QString CHostService::Hangup(const QString& portName, qint64 now, qint64 time) {
         found = true;
         if (!p->Connected())
             return false;
+        // Only the caller of the session can hang it up.
+        someoneElse = slash <= 0 || !Same(domain, p->domain) || !Same(user, p->user);
+        if (someoneElse)
+            return false;
         ended = *p;
         p->EndSession();
         return true;
     });
     if (!found)
         return u"1,Unknown port"_s;
+    if (someoneElse)
+        return u"1,Account not connected on port"_s;
     if (!written || !ended.Connected())
         return u"1,No session on port"_s;
     const QString key = QString::fromStdString(ended.name).toUpper();
@@ -354,37 +401,52 @@ QString CHostService::Hangup(const QString& portName, qint64 now, qint64 time) {
     return kDisconnected;
 }
 
-void CHostService::Finish(const Ended& e) {
-    const Held& h = e.held;
-    const qint64 lasted = std::max<qint64>(0, e.time - h.start);
-    const QString where = u"%1\\%2"_s.arg(Name(), h.port);
+void CHostService::Finish(const Ended& ended) {
+    const Held& h = ended.held;
+    const qint64 lasted = std::max<qint64>(0, ended.time - h.start);
+    const QString where = Name() + u'\\' + h.port;
+    QString section = h.domain + u'\\' + h.user;
+    if (ended.reason == CwRules::IdleTimeout)
+        m_lockedOut.insert(section.toUpper(), ended.time + CwRules::kIdleLockoutSeconds);
     const auto root = DataRoot();
     if (!root) {
-        m_context.Print(u"%1  cannot reach the data share %2"_s.arg(where, m_settings.masterShare));
+        m_context.Print(where + u"  cannot reach the data share "_s + m_settings.masterShare);
         return;
     }
     const fs::path usr = OCL::Site::AppendWithoutCase(*root, "callward.usr");
-    QString section = h.domain + u'\\' + h.user;
-    if (std::optional<CAccount> account = CwProfiles::ReadAccount(*m_context.Files().Read(usr), section)) {
-        section = account->section;
-        CwRules::CountDisconnect(*account, lasted);
+    const auto usrDoc = m_context.Files().Read(usr);
+    if (const Caller caller = Identify(*usrDoc, nullptr, h.domain, h.user); caller.account) {
+        section = caller.account->section;
+        CUserStats stats = caller.account->stats;
+        CwRules::CountDisconnect(caller.limits.value_or(CUserProfile{}), stats, lasted);
         OCL::Ini::Edit edit;
         const std::string s = CwText::ToAnsi(section);
-        edit.Set(s, "TotalTime", std::to_string(account->stats.totalTime));
-        edit.Set(s, "Lasted", std::to_string(account->stats.lasted));
-        edit.Set(s, "PeriodUsage", std::to_string(account->stats.periodUsage));
+        edit.Set(s, "TotalTime", std::to_string(stats.totalTime));
+        edit.Set(s, "Lasted", std::to_string(stats.lasted));
+        edit.Set(s, "PeriodUsage", std::to_string(stats.periodUsage));
         m_context.Files().Apply(usr, edit);
     }
-    const bool shortForm = e.reason == CwRules::Hangup && e.shortForm;
-    Log(*root, h.port, e.time,
-        shortForm
-            ? CwLog::HangupValue(lasted, section, h.ip)
-            : CwLog::HangupLongValue(lasted, section, h.ip, e.reason, h.ipx,
-                                     h.computer.isEmpty() ? u"?"_s : h.computer, h.bytesIn, h.bytesOut));
+    CwDayLog::Event e;
+    e.kind = CwDayLog::Event::Hangup;
+    e.account = CwText::ToAnsi(section);
+    e.lasted = lasted;
+    e.ip = h.ip;
+    e.reason = ended.reason;
+    e.details = ended.reason != CwRules::Hangup || !ended.shortForm;
+    e.ipx = CwText::ToAnsi(h.ipx);
+    e.netbios = CwText::ToAnsi(h.computer);
+    e.bytesIn = h.bytesIn;
+    e.bytesOut = h.bytesOut;
+    if (!CwDayLog::Value(e)) {
+        // A port table edited by hand may hold addresses the log cannot carry; the event matters more.
+        m_context.Print(where + u"  caller's computer name or IPX address left out of the log"_s);
+        e.ipx.clear();
+        e.netbios.clear();
+    }
+    Log(*root, h.port, ended.time, e);
     m_context.Print(
-        u"%1  %2 disconnected after %3 s%4"_s.arg(where, section)
-            .arg(lasted)
-            .arg(e.reason == CwRules::Hangup ? QString() : u": "_s + CwRules::ForcedText(e.reason)));
+        where + u"  "_s + section + u" disconnected after "_s + QString::number(lasted) + u" s"_s +
+        (ended.reason == CwRules::Hangup ? QString() : u": "_s + CwRules::ForcedText(ended.reason)));
 }
 
 void CHostService::Tick(qint64 now, double seconds) {
@@ -420,11 +482,12 @@ void CHostService::Tick(qint64 now, double seconds) {
             h.bytesIn = p->bytesRcved;
             int reason = 0;
             if (root) {
-                const CAccount account =
-                    CwProfiles::ReadAccount(*usr, h.domain + u'\\' + h.user).value_or(CAccount{{}, {}, {}});
+                const Caller caller = Identify(*usr, nullptr, h.domain, h.user);
+                const CUserStats stats = caller.account ? caller.account->stats : CUserStats{};
                 const CPortProfile port = CwProfiles::ReadPortProfile(*hw, Name(), h.port);
                 const qint64 idle = port.idleMinutes > 0 ? port.idleMinutes : m_settings.idleTimer;
-                reason = CwRules::LimitReached(account, port, idle, h.start, now, h.lastActivity);
+                reason = CwRules::LimitReached(caller.limits.value_or(CUserProfile{}), stats, port, idle,
+                                               h.start, now, h.lastActivity);
             }
             if (!reason && h.plannedEnd && now >= h.plannedEnd)
                 reason = CwRules::Hangup;
