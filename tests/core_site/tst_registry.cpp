@@ -6,6 +6,8 @@
 
 #include <QtTest>
 
+#include <future>
+
 using namespace Qt::StringLiterals;
 using namespace OCL;
 
@@ -299,7 +301,18 @@ void TestRegistry::bindingWithMissingNames() {
     CTestConsole console(
         [](CSiteWriter& w) { w.SetSiteValue(u"Modules"_s, u"RASSAPI.DLL"_s, u"RASSAPI_PARTIAL.so"_s); });
     CRasBinding binding;
+    // While a box is up, a fetcher binding on another thread is not held up by it.
+    std::vector<std::future<BOOL>> others;
+    QList<bool> answeredInTime;
+    console.Prompter().onMessage = [&](const CScriptedPrompter::Shown&) {
+        others.push_back(
+            std::async(std::launch::async, [&] { return CRASFunc(console.Environment(), binding).Init(); }));
+        answeredInTime.append(others.back().wait_for(std::chrono::seconds(10)) == std::future_status::ready);
+    };
     CRASFunc ras(console.Environment(), binding);
+    QCOMPARE(answeredInTime, QList<bool>({true, true}));
+    for (auto& other : others)
+        QCOMPARE(other.get(), 1);
     QCOMPARE(console.Prompter().Texts(),
              QStringList({u"Error when loading Rassapi.dll: Unable to locate ordinal 0x006"_s,
                           u"Error when loading Rassapi.dll: Unable to locate ordinal 0x009"_s}));

@@ -8,6 +8,8 @@ void CScriptedPrompter::Script(std::initializer_list<Answer> answers) {
 
 CScriptedPrompter::Answer CScriptedPrompter::Message(const QString& text, const QString& caption, Icon icon,
                                                      Buttons buttons) {
+    if (onMessage)
+        onMessage({text, caption, icon, buttons});
     QMutexLocker lock(&m_mutex);
     m_shown.append({text, caption, icon, buttons});
     if (!m_answers.isEmpty())

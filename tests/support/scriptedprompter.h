@@ -7,6 +7,8 @@
 #include <QMutex>
 #include <QString>
 
+#include <functional>
+
 class CScriptedPrompter final : public OCL::IPrompter {
 public:
     struct Shown {
@@ -26,6 +28,8 @@ public:
     QString OpenFileName(const QString& caption, const QString& fileName, const QString& filter) override;
 
     QList<Shown> Boxes() const;
+    // Runs with each box before it is answered, as a modal box's event loop would.
+    std::function<void(const Shown&)> onMessage;
     QStringList Texts() const;
     void Clear();
 
