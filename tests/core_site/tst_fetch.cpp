@@ -41,7 +41,6 @@ private slots:
     void listPersistence();
     void duplicatesAreCaseSensitive();
     void failedRegistryWrite();
-    void missingServersKey();
 };
 
 void TestFetch::outcomes_data() {
@@ -168,10 +167,25 @@ void TestFetch::routerPortsSetNoChangeBits() {
 }
 
 void TestFetch::unchangedFetchPostsState() {
-    CTestConsole console(
-        [](CSiteWriter& w) { CTestConsole::AddServer(w, u"SRV"_s, u"RAS"_s, u"4.0"_s, 2, true); });
+    // Texts longer than their fields: a user of 106 characters, a share of 600
+    // bytes without a terminator. What is stored is cut; it must not count as
+    // changed on every fetch.
+    const QByteArray share = "\\\\PDC\\" + QByteArray(594, 'S');
+    CTestConsole console([&](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"SRV"_s, u"RAS"_s, u"4.0"_s, 2, false, u"PDC"_s);
+        w.SetRegRaw(u"SRV"_s, kService, u"MasterShare"_s, RegType::Sz, share);
+    });
+    OCL::Site::SiteDirectory site(console.Root().toStdString());
+    site.EditPorts(*site.FindHost("SRV"), [](std::vector<OCL::Site::PortRecord>& ports) {
+        ports[0].user = std::string(100, 'u');
+        ports[0].domain = "SALES";
+        ports[0].start = 1700000000;
+        return true;
+    });
     QVERIFY(console.FetchAll());
     QCOMPARE(console.Sink().notices.last().message, WM_NEW_SERVER_DATA);
+    QCOMPARE(Text(Only(console).m_ports[0].user), u"SALES\\"_s + QString(73, u'u'));
+    QCOMPARE(Text(Only(console).m_masterShare), QString::fromLatin1(share.left(599)));
     console.Sink().notices.clear();
     QVERIFY(console.FetchAll(false));
     // The start of the fetch and its end both say "state".
@@ -342,17 +356,6 @@ void TestFetch::failedRegistryWrite() {
     QCOMPARE(console.Prompter().Texts(),
              QStringList({u"Failed to write RAS9 in local registry\n Server will not be monitored"_s}));
     QCOMPARE(int(console.Prompter().Boxes()[0].icon), int(IPrompter::Icon::Error));
-}
-
-void TestFetch::missingServersKey() {
-    CTestConsole console([](CSiteWriter& w) {
-        w.AddHost(u"OTHERPC"_s);
-        w.SetLocalComputer(u"OTHERPC"_s);
-    });
-    CServerList& list = console.Doc().Servers();
-    QCOMPARE(list.GetCount(), std::size_t(0));
-    QCOMPARE(console.Prompter().Texts(),
-             QStringList({u"Failed to open the SERVERS key in the registry. Error 2."_s}));
 }
 
 QTEST_MAIN(TestFetch)
