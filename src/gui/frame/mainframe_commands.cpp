@@ -292,7 +292,7 @@ void CMainFrame::OnGoCalendar() {
 }
 
 void CMainFrame::OnContentHelp() {
-    CHelp::Open(m_doc.Environment().Shell(), CHelp::Contents);
+    CHelp::Show(CHelp::Contents, this);
 }
 
 void CMainFrame::OnHelpConnectWeb() {

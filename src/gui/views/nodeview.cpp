@@ -326,7 +326,7 @@ void CNodeView::OnTimer11() {
         DWORD intro = 0;
         m_doc.ReadRegDWORD({}, u"Client"_s, u"NewbieMessageIntro"_s, &intro);
         if (intro != 1) {
-            m_doc.Environment().Shell().Open("open", CHelp::IntroPath().toStdString());
+            CHelp::ShowFile(CHelp::IntroFile(), this);
             m_doc.SetRegDWORD({}, u"Client"_s, u"NewbieMessageIntro"_s, 1);
         }
     }
