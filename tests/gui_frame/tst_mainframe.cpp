@@ -3,14 +3,22 @@
 #include "gui/frame/mainframe.h"
 #include "gui/frame/refreshrate.h"
 #include "gui/toolkit/captionbar.h"
+#include "gui/toolkit/help.h"
+#include "gui/toolkit/helpwindow.h"
 #include "gui/toolkit/outbar.h"
 #include "gui/views/nodeview.h"
+#include "gui/views/portsview.h"
 #include "gui/views/rightview.h"
 #include "gui/views/serversview.h"
 #include "support/testconsole.h"
 
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
 #include <QSlider>
 #include <QStandardPaths>
 #include <QtTest>
@@ -40,10 +48,11 @@ private slots:
 
     void layout();
     void arrangeKeepsViewForSameKindAndMode();
-    void arrangeTable_data();
-    void arrangeTable();
-    void serverCommandsFollowServiceState_data();
-    void serverCommandsFollowServiceState();
+    void serverCommandsFollowTheSelectedServer();
+    void sameKindTwiceSendsTheHintOnly();
+    void treeMenuTexts_data();
+    void treeMenuTexts();
+    void helpWithoutABrowser();
     void refreshRateFromStoredValue_data();
     void refreshRateFromStoredValue();
     void refreshRateDialog_data();
@@ -93,79 +102,135 @@ void TestMainFrame::arrangeKeepsViewForSameKindAndMode() {
     QCOMPARE(frame.RightPaneFamily(), int(CMainFrame::FamilyServers));
 }
 
-void TestMainFrame::arrangeTable_data() {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("viewClass");
-    QTest::addColumn<QString>("caption");
-    QTest::addColumn<int>("hint");
-    QTest::addColumn<int>("family");
-    QTest::newRow("root status") << 0 << 0 << int(ViewClass::Servers) << "Status" << 20 << 6;
-    QTest::newRow("root history") << 0 << 1 << int(ViewClass::Log) << "History" << 24 << 6;
-    QTest::newRow("server status") << 1 << 0 << int(ViewClass::Ports) << "Ports" << 21 << 2;
-    QTest::newRow("server history") << 1 << 1 << int(ViewClass::Log) << "History" << 21 << 2;
-    QTest::newRow("server usage") << 1 << 2 << int(ViewClass::Use) << "Usage" << 24 << 2;
-    QTest::newRow("port status") << 4 << 0 << int(ViewClass::PortStatus) << "Port Status" << 0 << 2;
-    QTest::newRow("port statistics") << 5 << 3 << int(ViewClass::Stat) << "Statistics" << 24 << 2;
-    QTest::newRow("accounts status") << 6 << 0 << int(ViewClass::Users) << "Users" << 22 << 1;
-    QTest::newRow("group history") << 10 << 1 << int(ViewClass::Log) << "History" << 21 << 1;
-    QTest::newRow("kind 2 left alone") << 2 << 0 << -1 << "" << 0 << 0;
-}
-
-void TestMainFrame::arrangeTable() {
-    QFETCH(int, kind);
-    QFETCH(int, mode);
-    QFETCH(int, viewClass);
-    QFETCH(QString, caption);
-    QFETCH(int, hint);
-    QFETCH(int, family);
-    ViewClass gotClass{};
-    QString gotCaption;
-    int gotHint = -1, gotFamily = 0;
-    const bool arranged = CMainFrame::ViewFor(kind, mode, &gotClass, &gotCaption, &gotHint, &gotFamily);
-    QCOMPARE(arranged, viewClass >= 0);
-    if (!arranged)
-        return;
-    QCOMPARE(int(gotClass), viewClass);
-    QCOMPARE(gotCaption, caption);
-    QCOMPARE(gotHint, hint);
-    QCOMPARE(gotFamily, family);
-}
-
-void TestMainFrame::serverCommandsFollowServiceState_data() {
-    QTest::addColumn<int>("ras");      // 1 running, 2 stopped
-    QTest::addColumn<int>("tracking"); // 1 running, 2 stopped
-    QTest::newRow("both running") << 1 << 1;
-    QTest::newRow("both stopped") << 2 << 2;
-    QTest::newRow("RAS stopped only") << 2 << 1;
-}
-
-void TestMainFrame::serverCommandsFollowServiceState() {
-    QFETCH(int, ras);
-    QFETCH(int, tracking);
-    CTestConsole console([&](CSiteWriter& w) {
-        TwoServers(w);
-        w.SetService(u"RAS1"_s, u"RemoteAccess"_s, ras == 1 ? 4 : 1);
-        w.SetService(u"RAS1"_s, u"Callwarden"_s, tracking == 1 ? 4 : 1);
-    });
-    CMainFrame& frame = console.Frame();
-    CCwadminDoc& doc = console.Doc();
-    QVERIFY(console.FetchAll());
-    doc.m_selectionKind = 1;
-    doc.m_selectedServer = u"RAS1"_s;
-    frame.UpdateServerCommands();
-    QCOMPARE(frame.Command(u"St&art RAS"_s)->isEnabled(), ras == 2);
-    QCOMPARE(frame.Command(u"St&op RAS"_s)->isEnabled(), ras == 1);
-    QCOMPARE(frame.Command(u"S&tart Callwarden"_s)->isEnabled(), tracking == 2);
-    QCOMPARE(frame.Command(u"&Stop Callwarden"_s)->isEnabled(), tracking == 1);
-    QVERIFY(frame.Command(u"&Remove Server"_s)->isEnabled());
-    // Nothing can be told of a server that cannot be reached.
-    console.Writer().SetHostValue(u"RAS1"_s, u"Reachable"_s, u"0"_s);
-    console.Save();
-    frame.UpdateServerCommands();
+// The four service commands as enabled: start RAS, stop RAS, start and stop Callwarden.
+QList<bool> ServiceCommands(CMainFrame& frame) {
+    QList<bool> enabled;
     for (const QString& name :
          {u"St&art RAS"_s, u"St&op RAS"_s, u"S&tart Callwarden"_s, u"&Stop Callwarden"_s})
-        QVERIFY(!frame.Command(name)->isEnabled());
+        enabled.append(frame.Command(name)->isEnabled());
+    return enabled;
+}
+
+void TestMainFrame::serverCommandsFollowTheSelectedServer() {
+    CTestConsole console([](CSiteWriter& w) {
+        TwoServers(w);
+        w.SetService(u"RRAS2"_s, u"RemoteAccess"_s, 1);
+        w.SetService(u"RRAS2"_s, u"Callwarden"_s, 1);
+    });
+    CMainFrame& frame = console.Frame();
+    CNodeView* tree = frame.NodeView();
+    tree->OnTimer10();
+    QVERIFY(console.FetchAll());
+    const QList<bool> running{false, true, false, true}, stopped{true, false, true, false};
+    const QList<bool> none{false, false, false, false};
+    // Whatever selects the server: its node, another server's node, a port node.
+    tree->setCurrentItem(ServerItem(tree, u"RAS1"_s));
+    QCOMPARE(ServiceCommands(frame), running);
+    tree->setCurrentItem(ServerItem(tree, u"RRAS2"_s));
+    QCOMPARE(ServiceCommands(frame), stopped);
+    tree->expandItem(ServerItem(tree, u"RAS1"_s));
+    tree->setCurrentItem(ServerItem(tree, u"RAS1"_s)->child(1));
+    QCOMPARE(ServiceCommands(frame), running);
+    tree->setCurrentItem(tree->ServersRoot());
+    QCOMPARE(ServiceCommands(frame), none);
+    QVERIFY(frame.Command(u"&Remove Server"_s)->isEnabled());
+    // ... or a row of the servers view.
+    auto* servers = dynamic_cast<CServersView*>(frame.RightView());
+    QVERIFY(servers);
+    servers->List()->setCurrentIndex(servers->Model()->index(servers->FindServer(u"RRAS2"_s), 0));
+    QCOMPARE(ServiceCommands(frame), stopped);
+
+    // The states are remote calls: showing the menu does not ask again, Refresh does.
+    console.Writer().SetService(u"RRAS2"_s, u"Callwarden"_s, 4);
+    console.Save();
+    QMenu* serverMenu = nullptr;
+    for (QAction* action : frame.menuBar()->actions())
+        if (action->text() == u"Se&rver"_s)
+            serverMenu = action->menu();
+    QVERIFY(serverMenu);
+    emit serverMenu->aboutToShow();
+    QCOMPARE(ServiceCommands(frame), stopped);
+    frame.Command(u"&Refresh"_s)->trigger();
+    QCOMPARE(ServiceCommands(frame), (QList<bool>{true, false, false, true}));
+}
+
+void TestMainFrame::sameKindTwiceSendsTheHintOnly() {
+    CTestConsole console(TwoServers);
+    CMainFrame& frame = console.Frame();
+    CNodeView* tree = frame.NodeView();
+    tree->OnTimer10();
+    QVERIFY(console.FetchAll());
+    tree->setCurrentItem(ServerItem(tree, u"RAS1"_s));
+    auto* ports = dynamic_cast<CPortsView*>(frame.RightView());
+    QVERIFY(ports);
+    QCOMPARE(ports->ServerName(), u"RAS1"_s);
+    // The same view stays and takes the other server from the hint.
+    tree->setCurrentItem(ServerItem(tree, u"RRAS2"_s));
+    QCOMPARE(frame.RightView(), ports);
+    QCOMPARE(ports->ServerName(), u"RRAS2"_s);
+}
+
+void TestMainFrame::treeMenuTexts_data() {
+    QTest::addColumn<QString>("node"); // "" = the Servers root
+    QTest::addColumn<QString>("menu");
+    QTest::addColumn<QStringList>("items");
+    QTest::newRow("servers root") << QString() << u"POP_SERVERS"_s << QStringList{u"&Add RAS server..."_s};
+    QTest::newRow("server") << u"RAS1"_s << u"POP_SERVER"_s
+                            << QStringList{u"&Explore"_s,          u"St&art RAS"_s,       u"St&op RAS"_s,
+                                           u"S&tart Callwarden"_s, u"&Stop Callwarden"_s, u"&Remove Server"_s,
+                                           u"&Properties"_s};
+}
+
+void TestMainFrame::treeMenuTexts() {
+    QFETCH(QString, node);
+    CTestConsole console(TwoServers);
+    CMainFrame& frame = console.Frame();
+    CNodeView* tree = frame.NodeView();
+    tree->OnTimer10();
+    frame.show();
+    tree->expandItem(tree->ServersRoot());
+    QTreeWidgetItem* item = node.isEmpty() ? tree->ServersRoot() : ServerItem(tree, node);
+    QString shownMenu;
+    QStringList shown;
+    QTimer::singleShot(0, tree, [&] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            shownMenu = menu->objectName();
+            for (QAction* action : menu->actions())
+                shown.append(action->text());
+            menu->close();
+        }
+    });
+    const QPoint at = tree->visualItemRect(item).center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, at, tree->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(tree->viewport(), &event);
+    QTEST(shownMenu, "menu");
+    QTEST(shown, "items");
+}
+
+void TestMainFrame::helpWithoutABrowser() {
+    CTestConsole console(TwoServers);
+    CMainFrame& frame = console.Frame();
+    frame.Command(u"&Contents"_s)->trigger();
+    CHelpWindow* help = CHelp::Window();
+    QVERIFY(help && help->isVisible());
+    QCOMPARE(help->CurrentFile(), u"index.html"_s);
+    QStringList contents;
+    for (int row = 0; row < help->ContentsList()->count(); ++row)
+        contents.append(help->ContentsList()->item(row)->text());
+    // In the order the contents page links the topics.
+    QCOMPARE(contents.mid(0, 3),
+             (QStringList{u"Callwarden Administrator Help"_s, u"Server Properties: General"_s,
+                          u"Server Properties: Database Export"_s}));
+    QTest::keyClicks(help->IndexFilter(), u"Server Response"_s);
+    QTest::keyClick(help->IndexFilter(), Qt::Key_Return);
+    QCOMPARE(help->CurrentFile(), u"topic112.html"_s);
+    help->BackAction()->trigger();
+    QCOMPARE(help->CurrentFile(), u"index.html"_s);
+    QVERIFY(help->ForwardAction()->isEnabled());
+    help->ForwardAction()->trigger();
+    QCOMPARE(help->CurrentFile(), u"topic112.html"_s);
+    QVERIFY(console.Prompter().Boxes().isEmpty());
+    delete help;
 }
 
 void TestMainFrame::refreshRateFromStoredValue_data() {

@@ -282,6 +282,7 @@ void CNodeView::OnSelChanged(QTreeWidgetItem* current) {
         m_frame.ArrangeViews();
     if (hint != Hint::NoHint)
         m_doc.UpdateAllViews(this, hint);
+    m_frame.UpdateServerCommands();
 }
 
 void CNodeView::SelectNamedNode() {
