@@ -3,6 +3,7 @@
 #include "core/servers/servernotice.h"
 #include "gui/app/artwork.h"
 #include "gui/frame/mainframe.h"
+#include "gui/toolkit/captionbar.h"
 
 #include <QDateTime>
 
@@ -18,6 +19,8 @@ CCwadminApp::CCwadminApp(int& argc, char** argv) : QApplication(argc, argv) {
 
     OCL::Trace("%s", StartLine(QDateTime::currentDateTime()).toLocal8Bit().constData());
     OCL::TraceIndent indent;
+    // The classic active-caption gradient: dark blue into light blue, white text.
+    CCaptionBar::SetDefaults({QColor(10, 36, 106), QColor(166, 202, 240), QColor(Qt::white)});
     OCL::Trace("Caption painter defaults set\n");
 }
 
