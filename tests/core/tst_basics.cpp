@@ -1,16 +1,13 @@
-// Port-name order, the trace facility, the thread handshake, the server
-// states' texts, the busy block and the local time's text.
-#include "core/doc/cwadmindoc.h"
+// The trace facility, the thread handshake, the server states' texts and the
+// local time's text.
 #include "core/doc/timetext.h"
 #include "core/ocl/thread.h"
 #include "core/ocl/trace.h"
-#include "core/ras/raport.h"
 #include "core/servers/server.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -19,75 +16,14 @@ using namespace Qt::StringLiterals;
 class TestBasics : public QObject {
     Q_OBJECT
 private slots:
-    void portOrder_data();
-    void portOrder();
-    void traceLine_data();
-    void traceLine();
-    void traceIndentIsPerThread();
     void traceFileEmptiedAndFlushed();
     void threadHandshake();
     void threadDestructionWaitsForRun();
     void serverStatus_data();
     void serverStatus();
-    void waitBlockTurns();
     void timeOfDay_data();
     void timeOfDay();
 };
-
-void TestBasics::portOrder_data() {
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<bool>("less");
-    QTest::newRow("COM2 < COM10") << u"COM2"_s << u"COM10"_s << true;
-    QTest::newRow("COM10 !< COM2") << u"COM10"_s << u"COM2"_s << false;
-    QTest::newRow("same length plain") << u"COM12"_s << u"ISDN1"_s << true;
-    QTest::newRow("same length reversed") << u"ISDN1"_s << u"COM12"_s << false;
-    QTest::newRow("equal") << u"COM1"_s << u"COM1"_s << false;
-    QTest::newRow("prefix shorter wins") << u"VPN"_s << u"VPN1-0"_s << true;
-    QTest::newRow("difference before digits") << u"ABC10"_s << u"ABD2"_s << true;
-    QTest::newRow("digit against letter counts as 0") << u"A1"_s << u"AB7"_s << false;
-    QTest::newRow("numbers past the shorter length") << u"X9"_s << u"X10"_s << true;
-}
-
-void TestBasics::portOrder() {
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(bool, less);
-    QCOMPARE(RAPort(a.toStdString()) < RAPort(b.toStdString()), less);
-}
-
-void TestBasics::traceLine_data() {
-    QTest::addColumn<uint>("tick");
-    QTest::addColumn<int>("indent");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("no indent") << 1234u << 0 << u"[Tick: 1234] -text"_s;
-    QTest::newRow("two levels") << 5u << 2 << u"[Tick: 5] -..text"_s;
-    QTest::newRow("tick shown signed") << 0xFFFFFFFFu << 1 << u"[Tick: -1] -.text"_s;
-}
-
-void TestBasics::traceLine() {
-    QFETCH(uint, tick);
-    QFETCH(int, indent);
-    QFETCH(QString, expected);
-    QCOMPARE(QString::fromStdString(OCL::TraceLine(tick, indent, "text")), expected);
-}
-
-void TestBasics::traceIndentIsPerThread() {
-    QCOMPARE(OCL::TraceIndent::Level(), 0);
-    OCL::TraceIndent outer;
-    int other = -1;
-    std::thread worker([&] {
-        OCL::TraceIndent inner;
-        other = OCL::TraceIndent::Level();
-    });
-    worker.join();
-    QCOMPARE(other, 1);
-    {
-        OCL::TraceIndent inner;
-        QCOMPARE(OCL::TraceIndent::Level(), 2);
-    }
-    QCOMPARE(OCL::TraceIndent::Level(), 1);
-}
 
 void TestBasics::traceFileEmptiedAndFlushed() {
     QTemporaryDir dir;
@@ -97,7 +33,13 @@ void TestBasics::traceFileEmptiedAndFlushed() {
     OCL::TraceFile file(path);
     QVERIFY(file.IsOpen());
     OCL::SetTraceSink(&file);
-    OCL::Trace("%s : %d\n", "value", 7);
+    {
+        // One dot per level of the calling thread's indentation.
+        OCL::TraceIndent indent;
+        OCL::Trace("%s : %d\n", "value", 7);
+        std::thread([] { OCL::Trace("other thread\n"); }).join();
+    }
+    QCOMPARE(OCL::TraceIndent::Level(), 0);
     OCL::SetTraceSink(nullptr);
     // Flushed at once: readable while the file is still open.
     std::ifstream in(path);
@@ -105,7 +47,7 @@ void TestBasics::traceFileEmptiedAndFlushed() {
     text << in.rdbuf();
     const QString written = QString::fromStdString(text.str());
     QVERIFY2(written.startsWith(u"[Tick: "_s), qPrintable(written));
-    QVERIFY(written.endsWith(u"] -value : 7\n"_s));
+    QVERIFY(written.contains(u"] -.value : 7\n[Tick: "_s) && written.endsWith(u"] -other thread\n"_s));
     QVERIFY(!written.contains(u"old content"_s) && !written.contains(u"nothing"_s));
 }
 
@@ -196,20 +138,6 @@ void TestBasics::serverStatus() {
     CServer server(u"SRV"_s);
     server.m_state = state;
     QCOMPARE(server.Status(), text);
-}
-
-void TestBasics::waitBlockTurns() {
-    CWaitBlock block;
-    QCOMPARE(block.Position(), -24);
-    int x = 0;
-    for (int i = 0; i < 24 + 7; ++i)
-        x = block.Step(10);
-    QCOMPARE(x, 7); // turned at width - 3
-    QCOMPARE(block.Step(10), 6);
-    for (int i = 0; i < 30; ++i)
-        x = block.Step(10);
-    QCOMPARE(x, -24); // back at -24
-    QCOMPARE(block.Step(10), -23);
 }
 
 void TestBasics::timeOfDay_data() {

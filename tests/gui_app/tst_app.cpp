@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -108,7 +109,6 @@ int main(int argc, char** argv) {
     Check(app.MainFrame() && app.MainFrame()->isVisible(), "the main window is shown");
     Check(app.MainFrame()->windowTitle() == u"Callwarden Administrator"_s, "caption");
     Check(app.MainFrame()->StatusText() == u"Ready"_s, "status bar says Ready");
-    Check(app.Document()->Servers().GetCount() == 0, "empty server list");
 
     QFile written(dir.filePath(u"trace.txt"_s));
     Check(withoutSite || (written.open(QIODevice::ReadOnly) &&
@@ -122,16 +122,17 @@ int main(int argc, char** argv) {
         // Says what is wrong and where, and creates nothing.
         Check(texts->contains(u"Failed to open the SERVERS key in the registry. Error 2."_s),
               "the server list's own message");
-        bool named = false;
-        for (const QString& text : *texts)
-            named = named || (text.contains(u"could not open its site"_s) && text.contains(root));
-        Check(named, "the site's problem is named with its folder");
+        Check(std::any_of(texts->begin(), texts->end(),
+                          [&](const QString& t) {
+                              return t.contains(u"could not open its site"_s) && t.contains(root);
+                          }),
+              "the site's problem is named with its folder");
         Check(!QFileInfo::exists(root), "nothing is created for a missing site");
     } else {
         Check(texts->isEmpty(), "no messages on a sound site");
+        // A stray notice after start-up finds no server and is ignored.
         QCoreApplication::postEvent(&app, new CServerNotice(WM_NEW_SERVER_STATE, 7, 99));
         QCoreApplication::processEvents();
-        Check(true, "a stray notice after start-up is ignored");
     }
 
     std::fprintf(stdout, "%d failure(s)\n", g_failures);

@@ -17,14 +17,13 @@ CScriptedPrompter::Answer CScriptedPrompter::Message(const QString& text, const 
     return buttons == Buttons::Ok || buttons == Buttons::OkCancel ? Ok : Yes;
 }
 
+// No test answers a file dialog yet: each is cancelled.
 QString CScriptedPrompter::SaveFileName(const QString&, const QString&, const QString&, const QString&) {
-    QMutexLocker lock(&m_mutex);
-    return m_fileNames.isEmpty() ? QString() : m_fileNames.takeFirst();
+    return {};
 }
 
 QString CScriptedPrompter::OpenFileName(const QString&, const QString&, const QString&) {
-    QMutexLocker lock(&m_mutex);
-    return m_fileNames.isEmpty() ? QString() : m_fileNames.takeFirst();
+    return {};
 }
 
 QList<CScriptedPrompter::Shown> CScriptedPrompter::Boxes() const {

@@ -20,7 +20,6 @@ public:
 
     // Answers given in order; when the script runs out, Ok/Yes... the first button.
     void Script(std::initializer_list<Answer> answers);
-    void ScriptFileName(const QString& path) { m_fileNames.append(path); }
 
     Answer Message(const QString& text, const QString& caption, Icon icon, Buttons buttons) override;
     QString SaveFileName(const QString& caption, const QString& fileName, const QString& filter,
@@ -36,6 +35,5 @@ public:
 private:
     mutable QMutex m_mutex;
     QList<Answer> m_answers;
-    QStringList m_fileNames;
     QList<Shown> m_shown;
 };
