@@ -1,6 +1,5 @@
 // The console's entry point: chooses the site it runs on, switches the trace on
 // when asked, and starts the application.
-#include "core/ocl/trace.h"
 #include "gui/app/cwadminapp.h"
 #include "gui/app/screenshots.h"
 #include "platform/site/site.h"
@@ -11,16 +10,11 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <cstdlib>
 #include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// The trace file the console declares; on a site it lands in the local
-// computer's drive C.
-constexpr const char* kTraceFile = "C:\\ocl_trace_cwadmin.txt";
 
 QString FromEnvironment(const char* name) {
     return qEnvironmentVariable(name);
@@ -70,29 +64,16 @@ int main(int argc, char** argv) {
     std::unique_ptr<OCL::Platform> platform =
         OCL::Site::OpenSite(QDir(site).absolutePath().toStdString(), options);
 
-    // The trace is off as the console ships; an option or the environment switches it on.
-    std::unique_ptr<OCL::TraceFile> trace;
     QString traceTarget = parser.value(traceOption);
     if (traceTarget.isEmpty())
         traceTarget = FromEnvironment("CWADMIN_TRACE");
-    if (!traceTarget.isEmpty() && traceTarget != u"0"_s) {
-        std::filesystem::path path = traceTarget.toStdString();
-        if (traceTarget == u"1"_s)
-            platform->shares->Resolve(kTraceFile, &path);
-        std::filesystem::create_directories(path.parent_path());
-        trace = std::make_unique<OCL::TraceFile>(path.string());
-        OCL::SetTraceSink(trace.get());
-        OCL::Trace("%s", CCwadminApp::StartLine(QDateTime::currentDateTime()).toLocal8Bit().constData());
-    }
 
-    if (!app.InitInstance(std::move(platform)))
+    if (!app.InitInstance(std::move(platform), traceTarget))
         return 1;
 
     std::unique_ptr<CScreenshotTour> tour;
     if (parser.isSet(screenshotOption))
         tour = std::make_unique<CScreenshotTour>(app, parser.value(screenshotOption));
 
-    const int result = app.exec();
-    OCL::SetTraceSink(nullptr);
-    return result;
+    return app.exec();
 }

@@ -5,14 +5,17 @@
 #include "core/servers/servernotice.h"
 #include "gui/app/cwadminapp.h"
 #include "gui/frame/mainframe.h"
+#include "gui/toolkit/captionbar.h"
 #include "platform/site/site.h"
 #include "site/sitewriter.h"
 
+#include <QDir>
 #include <QMessageBox>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -60,8 +63,17 @@ int main(int argc, char** argv) {
     QCoreApplication::processEvents();
     Check(app.MainFrame() == nullptr, "notices before the main window are dropped");
 
+    // The caption painter's defaults, set at construction: captions are gradients.
+    CCaptionBar caption;
+    caption.resize(200, 20);
+    const QImage painted = caption.grab().toImage();
+    Check(painted.pixelColor(0, 10) == CCaptionBar::Defaults().start &&
+              painted.pixelColor(0, 10) != painted.pixelColor(198, 10),
+          "captions are painted with the caption painter's defaults");
+
     QTemporaryDir dir;
-    const QString root = withoutSite ? dir.path() + u"/no-such-site"_s : dir.path();
+    QDir::setCurrent(dir.path());
+    const QString root = withoutSite ? dir.path() + u"/no-such-site"_s : dir.path() + u"/site"_s;
     if (!withoutSite) {
         CSiteWriter writer(root);
         writer.SetLocalComputer(u"ADMINPC"_s);
@@ -73,26 +85,54 @@ int main(int argc, char** argv) {
     }
     OCL::Site::SiteOptions options;
     options.moduleFolder = CW_BIN_DIR;
-    Check(app.InitInstance(OCL::Site::OpenSite(root.toStdString(), options)), "start-up succeeds");
+    // Any trace target is written or refused with its reason, never a crash.
+    auto shares = OCL::Site::OpenSite(root.toStdString(), options);
+    QFile(u"plain"_s).open(QIODevice::WriteOnly);
+    const struct {
+        QString target, file, problem; // the file written, or a part of the reason
+    } traces[] = {{u"bare.txt"_s, dir.filePath(u"bare.txt"_s), {}},
+                  {u"new/folder/t.txt"_s, dir.filePath(u"new/folder/t.txt"_s), {}},
+                  {u"plain/t.txt"_s, {}, u"folder of the trace file"_s},
+                  {u"1"_s,
+                   withoutSite ? QString() : root + u"/hosts/ADMINPC/drives/C/ocl_trace_cwadmin.txt"_s,
+                   withoutSite ? u"C:\\ocl_trace_cwadmin.txt cannot be reached on this site"_s : QString()}};
+    for (const auto& trace : traces) {
+        QString problem;
+        const bool opened = CCwadminApp::OpenTrace(trace.target, *shares->shares, &problem) != nullptr;
+        Check(opened == !trace.file.isEmpty() && (trace.file.isEmpty() || QFileInfo::exists(trace.file)) &&
+                  (trace.problem.isEmpty() ? problem.isEmpty() : problem.contains(trace.problem)),
+              qPrintable(u"trace target "_s + trace.target));
+    }
+    // The console starts whatever the trace, and says why it runs without one.
+    const QString target = withoutSite ? u"1"_s : u"trace.txt"_s;
+    Check(app.InitInstance(OCL::Site::OpenSite(root.toStdString(), options), target), "start-up succeeds");
     Check(app.MainFrame() && app.MainFrame()->isVisible(), "the main window is shown");
     Check(app.MainFrame()->windowTitle() == u"Callwarden Administrator"_s, "caption");
     Check(app.MainFrame()->StatusText() == u"Ready"_s, "status bar says Ready");
-    Check(app.Document()->Servers().GetCount() == 0, "empty server list");
 
+    QFile written(dir.filePath(u"trace.txt"_s));
+    Check(withoutSite || (written.open(QIODevice::ReadOnly) &&
+                          written.readAll().contains("Callwarden administrator starting")),
+          "the trace starts with the start line");
     if (withoutSite) {
+        Check(
+            texts->contains(u"The trace file C:\\ocl_trace_cwadmin.txt cannot be reached on this site (error "
+                            u"3).\nThe console runs without a trace."_s),
+            "the trace's problem is told");
         // Says what is wrong and where, and creates nothing.
         Check(texts->contains(u"Failed to open the SERVERS key in the registry. Error 2."_s),
               "the server list's own message");
-        bool named = false;
-        for (const QString& text : *texts)
-            named = named || (text.contains(u"could not open its site"_s) && text.contains(root));
-        Check(named, "the site's problem is named with its folder");
+        Check(std::any_of(texts->begin(), texts->end(),
+                          [&](const QString& t) {
+                              return t.contains(u"could not open its site"_s) && t.contains(root);
+                          }),
+              "the site's problem is named with its folder");
         Check(!QFileInfo::exists(root), "nothing is created for a missing site");
     } else {
         Check(texts->isEmpty(), "no messages on a sound site");
+        // A stray notice after start-up finds no server and is ignored.
         QCoreApplication::postEvent(&app, new CServerNotice(WM_NEW_SERVER_STATE, 7, 99));
         QCoreApplication::processEvents();
-        Check(true, "a stray notice after start-up is ignored");
     }
 
     std::fprintf(stdout, "%d failure(s)\n", g_failures);

@@ -62,26 +62,19 @@ void TestDemoEndToEnd::serversComeAlive() {
     for (std::size_t i = 0; i < doc.Servers().GetCount(); ++i) {
         const CServer& server = doc.Servers()[i];
         const int row = model->FindRow(server.Name());
-        QVERIFY2(row >= 0, qPrintable(server.Name()));
         const auto host = site.FindHost(server.Name().toStdString());
-        QVERIFY(host);
-        if (!host->reachable) {
-            ++failed;
-            QCOMPARE(server.Status(), u"Couldn't connect to %1's registry"_s.arg(server.Name()));
-            QCOMPARE(model->StateImage(row), 3);
-            QCOMPARE(model->Text(row, CServersModel::ColPorts), u"n/a"_s);
-            continue;
-        }
-        ++ready;
-        QCOMPARE(server.Status(), u"%1 is ready"_s.arg(server.Name()));
-        QCOMPARE(model->StateImage(row), 2);
+        QVERIFY2(row >= 0 && host, qPrintable(server.Name()));
         const auto ports = site.ReadPorts(*host);
-        int busy = 0;
-        for (const auto& port : ports)
-            busy += port.Connected() ? 1 : 0;
-        QCOMPARE(model->Text(row, CServersModel::ColPorts), QString::number(ports.size()));
+        const QString count = host->reachable ? QString::number(ports.size()) : u"n/a"_s;
+        const QString status = host->reachable ? u"%1 is ready"_s : u"Couldn't connect to %1's registry"_s;
+        QCOMPARE(server.Status(), status.arg(server.Name()));
+        QCOMPARE(model->StateImage(row), host->reachable ? 2 : 3);
+        QCOMPARE(model->Text(row, CServersModel::ColPorts), count);
+        ++(host->reachable ? ready : failed);
+        const int busy =
+            int(std::count_if(ports.begin(), ports.end(), [](const auto& p) { return p.Connected(); }));
         // The service's traffic may start or end a session between the fetch and this check.
-        QVERIFY(qAbs(model->Text(row, CServersModel::ColBusyPorts).toInt() - busy) <= 1);
+        QVERIFY(!host->reachable || qAbs(model->Text(row, CServersModel::ColBusyPorts).toInt() - busy) <= 1);
     }
     QVERIFY(ready >= 4);
     QCOMPARE(failed, 1);

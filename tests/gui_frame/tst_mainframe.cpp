@@ -1,17 +1,20 @@
 // The main frame and the node tree driven as a user drives them, over sites.
-#include "gui/frame/containerview.h"
 #include "gui/frame/mainframe.h"
 #include "gui/frame/refreshrate.h"
-#include "gui/toolkit/captionbar.h"
-#include "gui/toolkit/outbar.h"
+#include "gui/toolkit/help.h"
+#include "gui/toolkit/helpwindow.h"
 #include "gui/views/nodeview.h"
-#include "gui/views/rightview.h"
+#include "gui/views/portsview.h"
 #include "gui/views/serversview.h"
 #include "support/testconsole.h"
 
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QLabel>
-#include <QSlider>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
 #include <QStandardPaths>
 #include <QtTest>
 
@@ -37,148 +40,137 @@ class TestMainFrame : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
-    void layout();
-    void arrangeKeepsViewForSameKindAndMode();
-    void arrangeTable_data();
-    void arrangeTable();
-    void serverCommandsFollowServiceState_data();
-    void serverCommandsFollowServiceState();
-    void refreshRateFromStoredValue_data();
-    void refreshRateFromStoredValue();
-    void refreshRateDialog_data();
-    void refreshRateDialog();
-    void clearingAutomaticRefreshWarns();
-    void refreshTimerFetches();
-    void outbarNotices_data();
-    void outbarNotices();
-    void dayCommandsGreyInStatusMode();
-    void treeRefusesUnreadServer();
+    void serverCommandsFollowTheSelectedServer();
+    void serversMenuSpellsItsOwnItem();
+    void helpWithoutABrowser();
+    void refreshRate_data();
+    void refreshRate();
+    void refreshForcesFailedServers();
+    void serverExpandsOnceRead();
     void treeAsksForServersWhenEmpty();
-    void treeExpandsReadServerOnce();
     void treeBuildsDomainsAndAccounts();
     void removeServerAsks_data();
     void removeServerAsks();
-    void viewRefreshForcesFetch();
 };
 
-void TestMainFrame::layout() {
-    CTestConsole console(TwoServers);
-    CMainFrame& frame = console.Frame();
-    QCOMPARE(frame.windowTitle(), u"Callwarden Administrator"_s);
-    QCOMPARE(frame.OutBar()->width(), 78);
-    QCOMPARE(frame.OutBar()->ItemText(0, 0), u"Status"_s);
-    QCOMPARE(frame.StatusText(), u"Ready"_s);
-    QCOMPARE(frame.StatusPane(1)->width(), 105);
-    const QFont font = CCaptionBar::CaptionFont();
-    QVERIFY(font.bold());
-    QCOMPARE(font.pointSize(), 12);
-}
-
-void TestMainFrame::arrangeKeepsViewForSameKindAndMode() {
-    CTestConsole console(TwoServers);
-    CMainFrame& frame = console.Frame();
-    CCwadminDoc& doc = console.Doc();
-    doc.m_selectionKind = 0;
-    frame.ArrangeViews();
-    CRightView* first = frame.RightView();
-    QVERIFY(dynamic_cast<CServersView*>(first));
-    QCOMPARE(frame.Container()->Caption()->Caption(), u"Status"_s);
-    frame.ArrangeViews();
-    QCOMPARE(frame.RightView(), first);
-    // Invalidating the shown kind arranges afresh.
-    frame.InvalidateShownKind();
-    frame.ArrangeViews();
-    QVERIFY(frame.RightView() != first);
-    QCOMPARE(frame.RightPaneFamily(), int(CMainFrame::FamilyServers));
-}
-
-void TestMainFrame::arrangeTable_data() {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("viewClass");
-    QTest::addColumn<QString>("caption");
-    QTest::addColumn<int>("hint");
-    QTest::addColumn<int>("family");
-    QTest::newRow("root status") << 0 << 0 << int(ViewClass::Servers) << "Status" << 20 << 6;
-    QTest::newRow("root history") << 0 << 1 << int(ViewClass::Log) << "History" << 24 << 6;
-    QTest::newRow("server status") << 1 << 0 << int(ViewClass::Ports) << "Ports" << 21 << 2;
-    QTest::newRow("server history") << 1 << 1 << int(ViewClass::Log) << "History" << 21 << 2;
-    QTest::newRow("server usage") << 1 << 2 << int(ViewClass::Use) << "Usage" << 24 << 2;
-    QTest::newRow("port status") << 4 << 0 << int(ViewClass::PortStatus) << "Port Status" << 0 << 2;
-    QTest::newRow("port statistics") << 5 << 3 << int(ViewClass::Stat) << "Statistics" << 24 << 2;
-    QTest::newRow("accounts status") << 6 << 0 << int(ViewClass::Users) << "Users" << 22 << 1;
-    QTest::newRow("group history") << 10 << 1 << int(ViewClass::Log) << "History" << 21 << 1;
-    QTest::newRow("kind 2 left alone") << 2 << 0 << -1 << "" << 0 << 0;
-}
-
-void TestMainFrame::arrangeTable() {
-    QFETCH(int, kind);
-    QFETCH(int, mode);
-    QFETCH(int, viewClass);
-    QFETCH(QString, caption);
-    QFETCH(int, hint);
-    QFETCH(int, family);
-    ViewClass gotClass{};
-    QString gotCaption;
-    int gotHint = -1, gotFamily = 0;
-    const bool arranged = CMainFrame::ViewFor(kind, mode, &gotClass, &gotCaption, &gotHint, &gotFamily);
-    QCOMPARE(arranged, viewClass >= 0);
-    if (!arranged)
-        return;
-    QCOMPARE(int(gotClass), viewClass);
-    QCOMPARE(gotCaption, caption);
-    QCOMPARE(gotHint, hint);
-    QCOMPARE(gotFamily, family);
-}
-
-void TestMainFrame::serverCommandsFollowServiceState_data() {
-    QTest::addColumn<int>("ras");      // 1 running, 2 stopped
-    QTest::addColumn<int>("tracking"); // 1 running, 2 stopped
-    QTest::newRow("both running") << 1 << 1;
-    QTest::newRow("both stopped") << 2 << 2;
-    QTest::newRow("RAS stopped only") << 2 << 1;
-}
-
-void TestMainFrame::serverCommandsFollowServiceState() {
-    QFETCH(int, ras);
-    QFETCH(int, tracking);
-    CTestConsole console([&](CSiteWriter& w) {
-        TwoServers(w);
-        w.SetService(u"RAS1"_s, u"RemoteAccess"_s, ras == 1 ? 4 : 1);
-        w.SetService(u"RAS1"_s, u"Callwarden"_s, tracking == 1 ? 4 : 1);
-    });
-    CMainFrame& frame = console.Frame();
-    CCwadminDoc& doc = console.Doc();
-    QVERIFY(console.FetchAll());
-    doc.m_selectionKind = 1;
-    doc.m_selectedServer = u"RAS1"_s;
-    frame.UpdateServerCommands();
-    QCOMPARE(frame.Command(u"St&art RAS"_s)->isEnabled(), ras == 2);
-    QCOMPARE(frame.Command(u"St&op RAS"_s)->isEnabled(), ras == 1);
-    QCOMPARE(frame.Command(u"S&tart Callwarden"_s)->isEnabled(), tracking == 2);
-    QCOMPARE(frame.Command(u"&Stop Callwarden"_s)->isEnabled(), tracking == 1);
-    QVERIFY(frame.Command(u"&Remove Server"_s)->isEnabled());
-    // Nothing can be told of a server that cannot be reached.
-    console.Writer().SetHostValue(u"RAS1"_s, u"Reachable"_s, u"0"_s);
-    console.Save();
-    frame.UpdateServerCommands();
+// The four service commands as enabled: start RAS, stop RAS, start and stop Callwarden.
+QList<bool> ServiceCommands(CMainFrame& frame) {
+    QList<bool> enabled;
     for (const QString& name :
          {u"St&art RAS"_s, u"St&op RAS"_s, u"S&tart Callwarden"_s, u"&Stop Callwarden"_s})
-        QVERIFY(!frame.Command(name)->isEnabled());
+        enabled.append(frame.Command(name)->isEnabled());
+    return enabled;
 }
 
-void TestMainFrame::refreshRateFromStoredValue_data() {
+void TestMainFrame::serverCommandsFollowTheSelectedServer() {
+    CTestConsole console([](CSiteWriter& w) {
+        TwoServers(w);
+        w.SetService(u"RRAS2"_s, u"RemoteAccess"_s, 1);
+        w.SetService(u"RRAS2"_s, u"Callwarden"_s, 1);
+    });
+    CMainFrame& frame = console.Frame();
+    CNodeView* tree = frame.NodeView();
+    tree->OnTimer10();
+    QVERIFY(console.FetchAll());
+    const QList<bool> running{false, true, false, true}, stopped{true, false, true, false};
+    const QList<bool> none{false, false, false, false};
+    // Whatever selects the server: its node, another server's node, a port node.
+    tree->setCurrentItem(ServerItem(tree, u"RAS1"_s));
+    QCOMPARE(ServiceCommands(frame), running);
+    auto* ports = dynamic_cast<CPortsView*>(frame.RightView());
+    QVERIFY(ports && ports->ServerName() == u"RAS1"_s);
+    tree->setCurrentItem(ServerItem(tree, u"RRAS2"_s));
+    QCOMPARE(ServiceCommands(frame), stopped);
+    // A node of the same kind keeps the view, which takes the other server from the hint.
+    QVERIFY(frame.RightView() == ports && ports->ServerName() == u"RRAS2"_s);
+    QVERIFY(!frame.Command(u"Go &Back"_s)->isEnabled()); // day navigation is for the history modes
+    tree->expandItem(ServerItem(tree, u"RAS1"_s));
+    tree->setCurrentItem(ServerItem(tree, u"RAS1"_s)->child(1));
+    QCOMPARE(ServiceCommands(frame), running);
+    tree->setCurrentItem(tree->ServersRoot());
+    QCOMPARE(ServiceCommands(frame), none);
+    QVERIFY(frame.Command(u"&Remove Server"_s)->isEnabled());
+    // ... or a row of the servers view.
+    auto* servers = dynamic_cast<CServersView*>(frame.RightView());
+    QVERIFY(servers);
+    servers->List()->setCurrentIndex(servers->Model()->index(servers->FindServer(u"RRAS2"_s), 0));
+    QCOMPARE(ServiceCommands(frame), stopped);
+
+    // The states are remote calls: showing the menu does not ask again, Refresh does.
+    console.Writer().SetService(u"RRAS2"_s, u"Callwarden"_s, 4);
+    console.Save();
+    QMenu* serverMenu = frame.menuBar()->actions().at(2)->menu();
+    QCOMPARE(serverMenu->title(), u"Se&rver"_s);
+    emit serverMenu->aboutToShow();
+    QCOMPARE(ServiceCommands(frame), stopped);
+    frame.Command(u"&Refresh"_s)->trigger();
+    QCOMPARE(ServiceCommands(frame), (QList<bool>{true, false, false, true}));
+}
+
+void TestMainFrame::serversMenuSpellsItsOwnItem() {
+    CTestConsole console(TwoServers);
+    CMainFrame& frame = console.Frame();
+    CNodeView* tree = frame.NodeView();
+    tree->OnTimer10();
+    frame.show();
+    QString shownMenu;
+    QStringList shown;
+    QTimer::singleShot(0, tree, [&] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            shownMenu = menu->objectName();
+            for (QAction* action : menu->actions())
+                shown.append(action->text());
+            menu->close();
+        }
+    });
+    const QPoint at = tree->visualItemRect(tree->ServersRoot()).center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, at, tree->viewport()->mapToGlobal(at));
+    QApplication::sendEvent(tree->viewport(), &event);
+    QCOMPARE(shownMenu, u"POP_SERVERS"_s);
+    QCOMPARE(shown, QStringList{u"&Add RAS server..."_s});
+}
+
+void TestMainFrame::helpWithoutABrowser() {
+    CTestConsole console(TwoServers);
+    CMainFrame& frame = console.Frame();
+    frame.Command(u"&Contents"_s)->trigger();
+    CHelpWindow* help = CHelp::Window();
+    QVERIFY(help && help->isVisible());
+    QCOMPARE(help->CurrentFile(), u"index.html"_s);
+    QStringList contents;
+    for (int row = 0; row < help->ContentsList()->count(); ++row)
+        contents.append(help->ContentsList()->item(row)->text());
+    // In the order the contents page links the topics.
+    QCOMPARE(contents.mid(0, 3),
+             (QStringList{u"Callwarden Administrator Help"_s, u"Server Properties: General"_s,
+                          u"Server Properties: Database Export"_s}));
+    QTest::keyClicks(help->IndexFilter(), u"Server Response"_s);
+    QTest::keyClick(help->IndexFilter(), Qt::Key_Return);
+    QCOMPARE(help->CurrentFile(), u"topic112.html"_s);
+    help->BackAction()->trigger();
+    QCOMPARE(help->CurrentFile(), u"index.html"_s);
+    help->ForwardAction()->trigger();
+    QCOMPARE(help->CurrentFile(), u"topic112.html"_s);
+    delete help;
+}
+
+void TestMainFrame::refreshRate_data() {
     QTest::addColumn<QString>("stored"); // "" = missing
     QTest::addColumn<int>("rate");
     QTest::addColumn<bool>("timer");
-    QTest::newRow("missing") << "" << 5000 << true;
-    QTest::newRow("switched off") << "-60000" << -60000 << false;
-    QTest::newRow("never") << "0" << 0 << false;
-    QTest::newRow("seven seconds") << "7000" << 7000 << true;
+    QTest::addColumn<int>("position");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("missing") << QString() << 5000 << true << 1 << u"Update server data every 5 seconds"_s;
+    QTest::newRow("switched off") << u"-60000"_s << -60000 << false << 6
+                                  << u"Update server data every minute"_s;
+    QTest::newRow("never") << u"0"_s << 0 << false << 0 << u"Never update server data"_s;
+    QTest::newRow("first choice not below")
+        << u"7000"_s << 7000 << true << 2 << u"Update server data every 10 seconds"_s;
+    QTest::newRow("beyond a week") << u"700000000"_s << 700000000 << true << 23
+                                   << u"Update server data every week"_s;
 }
 
-void TestMainFrame::refreshRateFromStoredValue() {
+void TestMainFrame::refreshRate() {
     QFETCH(QString, stored);
     QFETCH(int, rate);
     QFETCH(bool, timer);
@@ -189,118 +181,88 @@ void TestMainFrame::refreshRateFromStoredValue() {
     CMainFrame& frame = console.Frame();
     QCOMPARE(frame.RefreshRate(), rate);
     QCOMPARE(frame.RefreshTimer().isActive(), timer);
-    if (timer)
-        QCOMPARE(frame.RefreshTimer().interval(), rate);
-    DWORD value = 1;
-    QVERIFY(console.Doc().ReadRegDWORD({}, u"Client"_s, u"View Refresh"_s, &value));
-    QCOMPARE(qint32(value), rate);
-}
-
-void TestMainFrame::refreshRateDialog_data() {
-    QTest::addColumn<int>("rate");
-    QTest::addColumn<bool>("checked");
-    QTest::addColumn<int>("position");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("-60000") << -60000 << false << 6 << "Update server data every minute";
-    QTest::newRow("7000") << 7000 << true << 2 << "Update server data every 10 seconds";
-    QTest::newRow("5000") << 5000 << true << 1 << "Update server data every 5 seconds";
-    QTest::newRow("0") << 0 << false << 0 << "Never update server data";
-    QTest::newRow("beyond a week") << 700000000 << true << 23 << "Update server data every week";
-}
-
-void TestMainFrame::refreshRateDialog() {
-    QFETCH(int, rate);
-    QFETCH(bool, checked);
-    QFETCH(int, position);
-    QFETCH(QString, text);
-    CRefreshRate dialog(rate, nullptr);
-    QCOMPARE(dialog.AutomaticBox()->isChecked(), checked);
-    QCOMPARE(dialog.Slider()->value(), position);
-    QCOMPARE(dialog.Slider()->isEnabled(), checked);
-    QCOMPARE(dialog.Text()->text(), text);
-    QCOMPARE(dialog.Rate(), rate);
+    QVERIFY(!timer || frame.RefreshTimer().interval() == rate);
+    // The dialog opens on the stored choice; the box says whether it refreshes.
+    CRefreshRate dialog(frame.RefreshRate(), &console.Prompter());
+    QCOMPARE(dialog.AutomaticBox()->isChecked(), timer);
+    QCOMPARE(dialog.Slider()->isEnabled(), timer);
+    QTEST(dialog.Slider()->value(), "position");
+    QTEST(dialog.Text()->text(), "text");
+    dialog.AutomaticBox()->setChecked(true);
     dialog.Slider()->setValue(9);
     QCOMPARE(dialog.Rate(), 300000);
     QCOMPARE(dialog.Text()->text(), u"Update server data every 5 minutes"_s);
-}
-
-void TestMainFrame::clearingAutomaticRefreshWarns() {
-    CScriptedPrompter prompter;
-    CRefreshRate dialog(10000, &prompter);
+    // Switching it off warns and keeps the interval for switching it on again.
+    QVERIFY(console.Prompter().Boxes().isEmpty());
     dialog.AutomaticBox()->setChecked(false);
-    QCOMPARE(dialog.Rate(), -10000);
-    QVERIFY(!dialog.Slider()->isEnabled());
-    QCOMPARE(prompter.Boxes().size(), 1);
-    QCOMPARE(prompter.Boxes()[0].caption, u"Automatic refresh off"_s);
+    QCOMPARE(dialog.Rate(), -300000);
     QCOMPARE(
-        prompter.Boxes()[0].text,
-        u"Automatic refresh is about to be turn off.\nYou will be still able to manually refresh any view by "
-        u"choosing Refresh in the View menu (or pressing F5)."_s);
+        console.Prompter().Texts(),
+        QStringList{u"Automatic refresh is about to be turn off.\nYou will be still able to manually refresh "
+                    u"any view by choosing Refresh in the View menu (or pressing F5)."_s});
+    QCOMPARE(console.Prompter().Boxes()[0].caption, u"Automatic refresh off"_s);
     dialog.AutomaticBox()->setChecked(true);
-    QCOMPARE(dialog.Rate(), 10000);
-    QCOMPARE(prompter.Boxes().size(), 1);
+    QCOMPARE(dialog.Rate(), 300000);
+    frame.SetRefreshRate(dialog.Rate());
+    DWORD value = 1;
+    QVERIFY(console.Doc().ReadRegDWORD({}, u"Client"_s, u"View Refresh"_s, &value));
+    QCOMPARE(value, 300000u);
 }
 
-void TestMainFrame::refreshTimerFetches() {
-    CTestConsole console(TwoServers);
+void TestMainFrame::refreshForcesFailedServers() {
+    CTestConsole console([](CSiteWriter& w) {
+        TwoServers(w);
+        w.SetHostValue(u"RRAS2"_s, u"Reachable"_s, u"0"_s);
+    });
     CMainFrame& frame = console.Frame();
-    frame.SetRefreshRate(-5000);
-    QVERIFY(!frame.RefreshTimer().isActive());
-    CServerList& servers = console.Doc().Servers();
-    QVERIFY(!servers[0].m_fetcher && !servers[1].m_fetcher);
+    CCwadminDoc& doc = console.Doc();
+    QVERIFY(console.FetchAll());
+    QCOMPARE(doc.Servers()[std::size_t(doc.GetServerNumberByName(u"RRAS2"_s))].m_state.load(), 1u);
+    // The timer's refresh leaves the failed server alone...
+    const auto fetched = [&console](const QString& name) {
+        const int index = console.Doc().GetServerNumberByName(name);
+        return std::any_of(console.Sink().notices.begin(), console.Sink().notices.end(),
+                           [index](const CNoticeSink::Notice& n) { return int(n.index) == index; });
+    };
+    console.Sink().notices.clear();
     frame.OnTimer(TIMER_ID_REFRESH_SERVER_DATA);
-    // Each server got its fetch; their notices follow.
-    QVERIFY(servers[0].m_fetcher && servers[1].m_fetcher);
-    QTRY_VERIFY_WITH_TIMEOUT(!servers.FetchRunning(), 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(console.Sink().notices.size() >= 4, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!doc.Servers().FetchRunning() && fetched(u"RAS1"_s), 10000);
+    QVERIFY(!fetched(u"RRAS2"_s));
+    // ... Refresh fetches every server, the failed one included, using up the force flag.
+    frame.Command(u"&Refresh"_s)->trigger();
+    QCOMPARE(doc.m_usersReloadPending, 1);
+    QCOMPARE(doc.m_forceRefresh, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!doc.Servers().FetchRunning() && fetched(u"RRAS2"_s), 10000);
 }
 
-void TestMainFrame::outbarNotices_data() {
-    QTest::addColumn<int>("notice");
-    QTest::addColumn<int>("answer");
-    QTest::newRow("click") << 1 << 0;
-    QTest::newRow("rename refused") << 2 << 1;
-    QTest::newRow("drag refused") << 3 << 1;
-    QTest::newRow("edit refused") << 4 << 1;
-    QTest::newRow("other") << 9 << 0;
-}
-
-void TestMainFrame::outbarNotices() {
-    QFETCH(int, notice);
-    QFETCH(int, answer);
+void TestMainFrame::serverExpandsOnceRead() {
     CTestConsole console(TwoServers);
-    QCOMPARE(console.Frame().OnOutbarNotify(notice, 0, 0), answer);
-}
-
-void TestMainFrame::dayCommandsGreyInStatusMode() {
-    CTestConsole console(TwoServers);
-    CMainFrame& frame = console.Frame();
-    console.Doc().m_selectionKind = 0;
-    frame.ArrangeViews();
-    QVERIFY(!frame.Command(u"Go &Back"_s)->isEnabled());
-    QVERIFY(!frame.Command(u"Go &Forward"_s)->isEnabled());
-    QVERIFY(!frame.Command(u"Go to &Calendar..."_s)->isEnabled());
-}
-
-void TestMainFrame::treeRefusesUnreadServer() {
-    CTestConsole console(TwoServers);
-    CMainFrame& frame = console.Frame();
-    CNodeView* tree = frame.NodeView();
-    tree->OnInitialUpdate();
+    CNodeView* tree = console.Frame().NodeView();
     tree->OnTimer10();
     QTreeWidgetItem* server = ServerItem(tree, u"RAS1"_s);
-    QVERIFY(server);
     // Never fetched: 666 ports, so the expansion is refused.
     tree->expandItem(server);
     QVERIFY(!server->isExpanded());
     QCOMPARE(server->child(0)->text(0), u"DUMMY.DUMMY"_s);
+    QVERIFY(console.FetchAll());
+    for (int twice = 0; twice < 2; ++twice) {
+        tree->collapseItem(server);
+        tree->expandItem(server);
+        QVERIFY(server->isExpanded());
+        QCOMPARE(server->childCount(), 3);
+    }
+    QCOMPARE(server->child(0)->text(0), u"COM1"_s);
+    QCOMPARE(CNodeView::Image(server->child(0)), 3);
+    // Selecting a port stores it in the document with its server.
+    tree->setCurrentItem(server->child(1));
+    QCOMPARE(console.Doc().m_selectionKind, 3);
+    QCOMPARE(console.Doc().m_selectedPort, u"COM2"_s);
+    QCOMPARE(console.Doc().m_selectedServer, u"RAS1"_s);
 }
 
 void TestMainFrame::treeAsksForServersWhenEmpty() {
     CTestConsole console;
-    CMainFrame& frame = console.Frame();
-    CNodeView* tree = frame.NodeView();
-    tree->OnInitialUpdate();
+    CNodeView* tree = console.Frame().NodeView();
     console.Prompter().Script({OCL::IPrompter::No});
     tree->expandItem(tree->ServersRoot());
     QVERIFY(!tree->ServersRoot()->isExpanded());
@@ -310,31 +272,6 @@ void TestMainFrame::treeAsksForServersWhenEmpty() {
              QStringList(
                  {u"No servers found. Do you want to add RAS servers\nto the list of monitored servers?"_s}));
     QCOMPARE(int(console.Prompter().Boxes()[0].buttons), int(OCL::IPrompter::Buttons::YesNo));
-}
-
-void TestMainFrame::treeExpandsReadServerOnce() {
-    CTestConsole console(TwoServers);
-    CMainFrame& frame = console.Frame();
-    CNodeView* tree = frame.NodeView();
-    tree->OnInitialUpdate();
-    tree->OnTimer10();
-    QVERIFY(console.FetchAll());
-    QTreeWidgetItem* server = ServerItem(tree, u"RAS1"_s);
-    tree->expandItem(server);
-    QVERIFY(server->isExpanded());
-    QCOMPARE(server->childCount(), 3);
-    tree->collapseItem(server);
-    tree->expandItem(server);
-    QCOMPARE(server->childCount(), 3);
-    QCOMPARE(server->child(0)->text(0), u"COM1"_s);
-    QCOMPARE(CNodeView::Image(server->child(0)), 3);
-    // Selecting a port stores it in the document with its server.
-    tree->setCurrentItem(server->child(1));
-    QCOMPARE(console.Doc().m_selectionKind, 3);
-    QCOMPARE(console.Doc().m_selectedPort, u"COM2"_s);
-    QCOMPARE(console.Doc().m_selectedServer, u"RAS1"_s);
-    QCOMPARE(tree->MenuNameFor(server->child(1)), u"POPUP_PORT"_s);
-    QCOMPARE(tree->MenuNameFor(server), u"POP_SERVER"_s);
 }
 
 void TestMainFrame::treeBuildsDomainsAndAccounts() {
@@ -347,9 +284,7 @@ void TestMainFrame::treeBuildsDomainsAndAccounts() {
         w.AddProvider(u"NetWare Network"_s);
         w.AddDomain(u"NWTREE"_s, QString(), u"NetWare Network"_s);
     });
-    CMainFrame& frame = console.Frame();
-    CNodeView* tree = frame.NodeView();
-    tree->OnInitialUpdate();
+    CNodeView* tree = console.Frame().NodeView();
     QTreeWidgetItem* accounts = tree->AccountsRoot();
     QCOMPARE(accounts->childCount(), 1);
     QTreeWidgetItem* domain = accounts->child(0);
@@ -380,40 +315,13 @@ void TestMainFrame::removeServerAsks() {
     CTestConsole console(TwoServers);
     CMainFrame& frame = console.Frame();
     CCwadminDoc& doc = console.Doc();
-    doc.m_selectionKind = 1;
-    doc.m_selectedServer = u"RRAS2"_s;
+    frame.NodeView()->OnTimer10();
+    frame.NodeView()->setCurrentItem(ServerItem(frame.NodeView(), u"RRAS2"_s));
     console.Prompter().Script({OCL::IPrompter::Answer(answer)});
-    frame.OnServerRemove();
+    frame.Command(u"&Remove Server"_s)->trigger();
     QCOMPARE(console.Prompter().Boxes()[0].text, u"Remove RRAS2 from the list of monitored servers?"_s);
     QCOMPARE(console.Prompter().Boxes()[0].caption, u"Remove Server?"_s);
     QCOMPARE(int(doc.Servers().GetCount()), remaining);
-}
-
-void TestMainFrame::viewRefreshForcesFetch() {
-    CTestConsole console([](CSiteWriter& w) {
-        TwoServers(w);
-        w.SetHostValue(u"RRAS2"_s, u"Reachable"_s, u"0"_s);
-    });
-    CMainFrame& frame = console.Frame();
-    CCwadminDoc& doc = console.Doc();
-    QVERIFY(console.FetchAll());
-    const int failed = doc.GetServerNumberByName(u"RRAS2"_s);
-    QCOMPARE(doc.Servers()[std::size_t(failed)].m_state.load(), 1u);
-    // An ordinary refresh leaves the failed server alone.
-    doc.Servers().CleanUpThread(std::size_t(failed));
-    doc.updateAllServersData();
-    QVERIFY(!doc.Servers()[std::size_t(failed)].m_fetcher);
-    QTRY_VERIFY_WITH_TIMEOUT(!doc.Servers().FetchRunning(), 10000);
-    // Refresh: the servers view shown takes hint 22 and refreshes every server,
-    // the failed one included, using up the force flag.
-    CServer& server = doc.Servers()[std::size_t(failed)];
-    CServerFetcherThread* before = server.m_fetcher;
-    frame.OnViewRefresh();
-    QCOMPARE(doc.m_usersReloadPending, 1);
-    QCOMPARE(doc.m_forceRefresh, 0);
-    QVERIFY(server.m_fetcher && server.m_fetcher != before);
-    QTRY_VERIFY_WITH_TIMEOUT(!doc.Servers().FetchRunning(), 10000);
-    QCOMPARE(server.m_state.load(), 1u);
 }
 
 QTEST_MAIN(TestMainFrame)

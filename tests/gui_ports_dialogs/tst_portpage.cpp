@@ -7,6 +7,8 @@
 #include "gui/dialogs/accountbrowser.h"
 #include "gui/pages/portproperties.h"
 #include "gui/pages/propport.h"
+#include "gui/toolkit/help.h"
+#include "gui/toolkit/helpwindow.h"
 #include "gui/toolkit/propertysheet.h"
 #include "portsfixture.h"
 
@@ -128,7 +130,7 @@ private slots:
     void okWritesBack();
     void addressOnApply_data();
     void addressOnApply();
-    void longListRefused();
+    void longListSavedAsFarAsItFits();
     void newProfileWrittenInOrder();
     void removeAndAdd();
     void cancelledBrowserChangesNothing();
@@ -163,7 +165,7 @@ void TestPortPage::allowedValue() {
     QString expected = u"\""_s;
     for (const QString& entry : entries)
         expected += entry + u';';
-    QCOMPARE(CPortProfileSettings::JoinAllowed(split), std::optional<QString>(expected + u'"'));
+    QCOMPARE(CPortProfileSettings::JoinAllowed(split).value, expected + u'"');
 }
 
 void TestPortPage::allowedValueLimit() {
@@ -171,9 +173,14 @@ void TestPortPage::allowedValueLimit() {
     // characters, a 200th with a 6-character name makes 2000 exactly.
     QList<CAllowedAccount> entries(199, CAllowedAccount{u"Group0001"_s, CAllowedAccount::Group});
     entries.append({u"Dom001"_s, CAllowedAccount::Domain});
-    QCOMPARE(CPortProfileSettings::JoinAllowed(entries).value_or(QString()).size(), 2000);
+    QCOMPARE(CPortProfileSettings::JoinAllowed(entries).value.size(), 2000);
+    QVERIFY(CPortProfileSettings::JoinAllowed(entries).leftOut.isEmpty());
+    // One more character: the whole entry stays out, and so does every one after it.
     entries.last().name += u'x';
-    QVERIFY(!CPortProfileSettings::JoinAllowed(entries));
+    entries.append({u"G"_s, CAllowedAccount::Group});
+    const CAllowedValue joined = CPortProfileSettings::JoinAllowed(entries);
+    QCOMPARE(joined.value.size(), 1992);
+    QCOMPARE(joined.leftOut, entries.mid(199));
 }
 
 void TestPortPage::loadShows_data() {
@@ -326,16 +333,26 @@ void TestPortPage::addressOnApply() {
                                           u"AllowedGroups="_s, u"Idle=0"_s}));
 }
 
-void TestPortPage::longListRefused() {
-    // A list that was read whole cannot be written back beyond 2000 characters.
-    CPortSite site(u"AllowedGroups=\""_s + u"Group;"_s.repeated(400) + u"\""_s);
+void TestPortPage::longListSavedAsFarAsItFits() {
+    // Read whole, a list longer than the value can hold is written as far as
+    // whole entries fit; the administrator is told which were left out.
+    QString groups;
+    for (int i = 0; i < 300; ++i)
+        groups += u"Group%1;"_s.arg(i, 3, 10, QChar(u'0'));
+    CPortSite site(u"AllowedGroups=\""_s + groups + u"\""_s);
     auto sheet = site.Sheet();
-    const QByteArray before = site.Bytes();
     QTest::mouseClick(sheet->OkButton(), Qt::LeftButton);
-    QVERIFY(sheet->isVisible());
-    QCOMPARE(site.Bytes(), before);
-    QCOMPARE(site.console.Prompter().Boxes().size(), 1);
-    QVERIFY(site.console.Prompter().Boxes().first().text.contains(u"too long"_s));
+    QVERIFY(!sheet->isVisible());
+    // Read back by the file's own rules: 222 entries of 9 characters and the quotes fill 2000.
+    const std::string file =
+        site.console.Writer().SharePath(kMaster, u"CW_NT_DB"_s).toStdString() + "/callward.hw";
+    QCOMPARE(QString::fromStdString(site.console.Files().GetString(file, "PDC1\\COM1", "AllowedGroups", "")),
+             groups.left(222 * 9));
+    const QList<CScriptedPrompter::Shown> boxes = site.console.Prompter().Boxes();
+    QCOMPARE(boxes.size(), 1);
+    QCOMPARE(boxes[0].icon, Icon::Warning);
+    QVERIFY2(boxes[0].text.endsWith(u"\n\n"_s + groups.mid(222 * 9).chopped(1).replace(u';', u'\n')),
+             qPrintable(boxes[0].text.left(300)));
 }
 
 void TestPortPage::newProfileWrittenInOrder() {
@@ -381,7 +398,7 @@ void TestPortPage::removeAndAdd() {
     QVERIFY(!page.page->IsModified());
     QCOMPARE(site.Section().filter(u"AllowedGroups"_s), QStringList{u"AllowedGroups=\"Remote\\;\""_s});
 
-    // A group already listed is not listed twice; the new one goes to the top.
+    // Each accepted choice goes to the top, one listed already too.
     WhenModal<CAccountBrowser>(this, [](CAccountBrowser* browser) {
         Choose(browser, {u"SALES"_s, u"MARKETING"_s}, {u"Sales"_s, u"Field Staff"_s});
     });
@@ -389,11 +406,11 @@ void TestPortPage::removeAndAdd() {
     WhenModal<CAccountBrowser>(this,
                                [](CAccountBrowser* browser) { Choose(browser, {u"SALES"_s}, {u"Sales"_s}); });
     QTest::mouseClick(page.addGroup, Qt::LeftButton);
-    QCOMPARE(page.Entries(), (QStringList{u"Field Staff"_s, u"Sales"_s, u"Remote\\"_s}));
+    QCOMPARE(page.Entries(), (QStringList{u"Sales"_s, u"Field Staff"_s, u"Sales"_s, u"Remote\\"_s}));
     QVERIFY(page.page->IsModified());
     QTest::mouseClick(sheet->OkButton(), Qt::LeftButton);
     QCOMPARE(site.Section().filter(u"AllowedGroups"_s),
-             QStringList{u"AllowedGroups=\"Remote\\;Sales;Field Staff;\""_s});
+             QStringList{u"AllowedGroups=\"Remote\\;Sales;Field Staff;Sales;\""_s});
 }
 
 void TestPortPage::cancelledBrowserChangesNothing() {
@@ -506,11 +523,9 @@ void TestPortPage::sheetTitleAndHelp() {
     QCOMPARE(sheet->PageCount(), 1);
     QCOMPARE(sheet->Page(0)->Title(), u"Settings"_s);
     QTest::mouseClick(sheet->HelpButton(), Qt::LeftButton);
-    const QStringList opened = SpoolLines(site.console, u"shell.log"_s);
-    QCOMPARE(opened.size(), 1);
-    QVERIFY2(opened.first().endsWith(u"topic140.html"_s), qPrintable(opened.first()));
-    // The topic exists in the help the console ships.
-    QVERIFY(QFile::exists(QStringLiteral(CW_SOURCE_DIR) + u"/docs/help/topic140.html"_s));
+    // The console's own help window, beside the sheet, at the page's topic.
+    QVERIFY(CHelp::Window() && CHelp::Window()->isVisible());
+    QCOMPARE(CHelp::Window()->CurrentFile(), u"topic140.html"_s);
 }
 
 QTEST_MAIN(TestPortPage)

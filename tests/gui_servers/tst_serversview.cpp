@@ -274,7 +274,7 @@ private slots:
         QCOMPARE(frame.StatusText(), u"Ready"_s);
 
         view.List()->clearSelection();
-        QCOMPARE(doc.m_selectedServer, QString());
+        QCOMPARE(doc.m_selectedServer, kNone);
         QVERIFY(!view.CanEditProperties());
     }
 

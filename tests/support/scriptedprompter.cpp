@@ -8,6 +8,8 @@ void CScriptedPrompter::Script(std::initializer_list<Answer> answers) {
 
 CScriptedPrompter::Answer CScriptedPrompter::Message(const QString& text, const QString& caption, Icon icon,
                                                      Buttons buttons) {
+    if (onMessage)
+        onMessage({text, caption, icon, buttons});
     QMutexLocker lock(&m_mutex);
     m_shown.append({text, caption, icon, buttons});
     if (!m_answers.isEmpty())
@@ -15,14 +17,13 @@ CScriptedPrompter::Answer CScriptedPrompter::Message(const QString& text, const 
     return buttons == Buttons::Ok || buttons == Buttons::OkCancel ? Ok : Yes;
 }
 
+// No test answers a file dialog yet: each is cancelled.
 QString CScriptedPrompter::SaveFileName(const QString&, const QString&, const QString&, const QString&) {
-    QMutexLocker lock(&m_mutex);
-    return m_fileNames.isEmpty() ? QString() : m_fileNames.takeFirst();
+    return {};
 }
 
 QString CScriptedPrompter::OpenFileName(const QString&, const QString&, const QString&) {
-    QMutexLocker lock(&m_mutex);
-    return m_fileNames.isEmpty() ? QString() : m_fileNames.takeFirst();
+    return {};
 }
 
 QList<CScriptedPrompter::Shown> CScriptedPrompter::Boxes() const {

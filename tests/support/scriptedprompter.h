@@ -7,6 +7,8 @@
 #include <QMutex>
 #include <QString>
 
+#include <functional>
+
 class CScriptedPrompter final : public OCL::IPrompter {
 public:
     struct Shown {
@@ -18,7 +20,6 @@ public:
 
     // Answers given in order; when the script runs out, Ok/Yes... the first button.
     void Script(std::initializer_list<Answer> answers);
-    void ScriptFileName(const QString& path) { m_fileNames.append(path); }
 
     Answer Message(const QString& text, const QString& caption, Icon icon, Buttons buttons) override;
     QString SaveFileName(const QString& caption, const QString& fileName, const QString& filter,
@@ -26,12 +27,13 @@ public:
     QString OpenFileName(const QString& caption, const QString& fileName, const QString& filter) override;
 
     QList<Shown> Boxes() const;
+    // Runs with each box before it is answered, as a modal box's event loop would.
+    std::function<void(const Shown&)> onMessage;
     QStringList Texts() const;
     void Clear();
 
 private:
     mutable QMutex m_mutex;
     QList<Answer> m_answers;
-    QStringList m_fileNames;
     QList<Shown> m_shown;
 };

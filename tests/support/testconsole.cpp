@@ -18,7 +18,6 @@ bool CNoticeSink::event(QEvent* event) {
         if (auto index = doc->Servers().Resolve(notice->Index(), notice->ServerId()))
             forward(notice->Message(), *index);
     }
-    emit received();
     return true;
 }
 
@@ -26,8 +25,7 @@ CTestConsole::CTestConsole(const std::function<void(CSiteWriter&)>& setup, bool 
     : m_root(m_dir.path()) {
     m_writer = std::make_unique<CSiteWriter>(m_root);
     m_writer->SetLocalComputer(kTestConsole);
-    CSiteWriter::HostOptions console;
-    m_writer->AddHost(kTestConsole, console);
+    m_writer->AddHost(kTestConsole);
     m_writer->CreateRegKey(kTestConsole, CSiteWriter::kServersKey);
     m_writer->CreateRegKey(kTestConsole, CSiteWriter::kClientKey);
     m_writer->SetRegDword(kTestConsole,

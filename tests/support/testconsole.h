@@ -36,9 +36,6 @@ public:
     std::function<void(int message, std::size_t index)> forward;
     CCwadminDoc* doc = nullptr;
 
-signals:
-    void received();
-
 protected:
     bool event(QEvent* event) override;
 };

@@ -1,6 +1,7 @@
 #include "core/doc/cwadmindoc.h"
 
 #include "core/app/ansitext.h"
+#include "core/doc/timetext.h"
 #include "core/ocl/trace.h"
 #include "core/pipe/servicepipeclient.h"
 
@@ -97,17 +98,10 @@ void CCwadminDoc::SetStatus(const QString& text) {
         m_frame->SetStatus(text);
 }
 
-QString CCwadminDoc::TimeToLocalString(qint64 time, bool withDate, int) const {
+QString CCwadminDoc::TimeToLocalString(qint64 time, bool withDate, int flags) const {
     const QDateTime local = QDateTime::fromSecsSinceEpoch(time);
     const QLocale locale = QLocale::system();
-    QString timeFormat = locale.timeFormat(QLocale::ShortFormat);
-    // The system's default time picture shows seconds; Qt's short one does not.
-    if (!timeFormat.contains(u's')) {
-        const qsizetype minutes = timeFormat.lastIndexOf(QStringLiteral("mm"));
-        if (minutes >= 0)
-            timeFormat.insert(minutes + 2, QStringLiteral(":ss"));
-    }
-    const QString timeText = locale.toString(local.time(), timeFormat).left(50);
+    const QString timeText = CTimeText::TimeOfDay(local.time(), locale, flags).left(50);
     if (!withDate)
         return timeText;
     const QString dateText = locale.toString(local.date(), QLocale::ShortFormat).left(50);

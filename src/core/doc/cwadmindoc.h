@@ -89,6 +89,8 @@ public:
     int IsServiceRunning(const QString& computer, bool trackingService);
 
     void SetStatus(const QString& text);
+    // The local time of time (seconds since 1970) in the user's locale, with the
+    // short date in front when withDate; flags as in timetext.h.
     QString TimeToLocalString(qint64 time, bool withDate, int flags = 0) const;
     void ReportNoMasterServer(const QString& text);
     bool MasterKnown() const { return m_servers->MasterKnown(); }

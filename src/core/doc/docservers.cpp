@@ -76,13 +76,17 @@ int CCwadminDoc::IsServiceRunning(const QString& computer, bool trackingService)
 
     std::string serviceName = "Callwarden";
     if (!trackingService) {
-        serviceName = "RemoteAccess";
-        const int number = GetServerNumberByName(computer);
-        if (number >= 0 && (*m_servers)[std::size_t(number)].m_rasKind == RasKindValue::Rras) {
-            // Routers before Windows 2000 run their own service.
-            if (m_registry.GetOSVersion(computer) <= 4.0)
-                serviceName = "Router";
+        // Which service stands for RAS depends on the server's record; a name the
+        // list does not hold is reported, not guessed at.
+        const CServer* server = GetServerByName(computer);
+        if (!server) {
+            control.Close(manager);
+            return 0;
         }
+        serviceName = "RemoteAccess";
+        // Routers before Windows 2000 run their own service.
+        if (server->m_rasKind == RasKindValue::Rras && m_registry.GetOSVersion(computer) <= 4.0)
+            serviceName = "Router";
     }
 
     SC_HANDLE service = nullptr;

@@ -116,14 +116,29 @@ QList<CAllowedAccount> CPortProfileSettings::SplitAllowed(const QString& value) 
     return entries;
 }
 
-std::optional<QString> CPortProfileSettings::JoinAllowed(const QList<CAllowedAccount>& entries) {
+CAllowedValue CPortProfileSettings::JoinAllowed(const QList<CAllowedAccount>& entries) {
+    CAllowedValue joined;
     QString value = u"\""_s;
-    for (const CAllowedAccount& entry : entries)
-        value += entry.name + (entry.kind == CAllowedAccount::Domain ? u"\\;"_s : u";"_s);
-    value += u'"';
-    if (value.size() > kGroupsWriteLimit)
-        return std::nullopt;
-    return value;
+    for (const CAllowedAccount& entry : entries) {
+        const QString piece = entry.name + (entry.kind == CAllowedAccount::Domain ? u"\\;"_s : u";"_s);
+        // Room is kept for the closing quote.
+        if (!joined.leftOut.isEmpty() || value.size() + piece.size() + 1 > kGroupsWriteLimit) {
+            joined.leftOut.append(entry);
+            continue;
+        }
+        value += piece;
+    }
+    joined.value = value + u'"';
+    return joined;
+}
+
+QString CPortProfileSettings::LeftOutText(const QList<CAllowedAccount>& leftOut) {
+    QStringList names;
+    for (const CAllowedAccount& entry : leftOut)
+        names.append(entry.kind == CAllowedAccount::Domain ? u"%1 (domain)"_s.arg(entry.name) : entry.name);
+    return u"The list of groups and domains allowed on this port holds more than the %1 characters the "
+           u"service reads. The profile was saved without these entries:\n\n%2"_s.arg(kGroupsWriteLimit)
+               .arg(names.join(u'\n'));
 }
 
 CPortProfileSettings CPortProfileSettings::Load(CCwadminDoc& document, const QString& server,
@@ -171,17 +186,9 @@ CPortApplyResult CPortProfileSettings::Apply(CCwadminDoc& document, const QStrin
         packed = *parsed;
     }
     const qint64 minutes = sessionLimit ? LeadingNumber(sessionMinutes) : 0;
-    QString groups;
-    if (restricted) {
-        const std::optional<QString> joined = JoinAllowed(allowed);
-        if (!joined)
-            return {false,
-                    u"The list of groups and domains allowed on this port is too long to be saved.\n"
-                    u"Remove some entries and try again."_s,
-                    {},
-                    Icon::Warning};
-        groups = *joined;
-    }
+    CAllowedValue groups;
+    if (restricted)
+        groups = JoinAllowed(allowed);
     const QString idle = idleLimit ? QString::number(ClampToInt32(LeadingNumber(idleMinutes))) : u"0"_s;
 
     OCL::DWORD error = 0;
@@ -202,7 +209,7 @@ CPortApplyResult CPortProfileSettings::Apply(CCwadminDoc& document, const QStrin
     OCL::Ini::Edit edit;
     edit.Set(section, kMaxSessionTime, std::to_string(ClampToInt32(minutes * 60)));
     edit.Set(section, kStaticIP, std::to_string(packed));
-    edit.Set(section, kAllowedGroups, CAnsi::FromQString(groups));
+    edit.Set(section, kAllowedGroups, CAnsi::FromQString(groups.value));
     edit.Set(section, kIdle, CAnsi::FromQString(idle));
     std::string reason;
     if (!document.Environment().Files().Apply(file, edit, &reason))
@@ -211,5 +218,7 @@ CPortApplyResult CPortProfileSettings::Apply(CCwadminDoc& document, const QStrin
             u"The port profile could not be saved in %1.\n%2"_s.arg(where, QString::fromStdString(reason)),
             {},
             Icon::Error};
+    if (!groups.leftOut.isEmpty())
+        return {true, LeftOutText(groups.leftOut), {}, Icon::Warning};
     return {};
 }

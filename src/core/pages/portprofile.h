@@ -23,11 +23,20 @@ struct CAllowedAccount {
     bool operator==(const CAllowedAccount&) const = default;
 };
 
+// Refused (nothing written), or written; a written profile may still carry a
+// message for the administrator (entries of the allowed list that did not fit).
 struct CPortApplyResult {
     bool applied = true;
     QString text;
     QString caption;
     OCL::IPrompter::Icon icon = OCL::IPrompter::Icon::None;
+};
+
+// The allowed list as it is written: the value (quotes included) and the
+// entries that did not fit into it.
+struct CAllowedValue {
+    QString value;
+    QList<CAllowedAccount> leftOut;
 };
 
 struct CPortProfileSettings {
@@ -48,7 +57,9 @@ struct CPortProfileSettings {
     // Reads the port's section; whatever is missing or unreadable reads as off.
     static CPortProfileSettings Load(CCwadminDoc& document, const QString& server, const QString& port);
     // Validates, then writes "MaxSessionTime", "StaticIP", "AllowedGroups" and
-    // "Idle" in that order in one replacement of the file. A refusal writes nothing.
+    // "Idle" in that order in one replacement of the file. A refusal writes nothing;
+    // an allowed list too long for its value is written as far as whole entries fit
+    // and the result names the rest.
     CPortApplyResult Apply(CCwadminDoc& document, const QString& server, const QString& port) const;
 
     // A stored session limit in seconds as minutes: below a minute shows as 1.
@@ -59,8 +70,11 @@ struct CPortProfileSettings {
     static QString AddressText(qint32 packed);
     // The value as read (quotes already dropped) into its entries.
     static QList<CAllowedAccount> SplitAllowed(const QString& value);
-    // The value to write, quotes included; nothing when it would not fit.
-    static std::optional<QString> JoinAllowed(const QList<CAllowedAccount>& entries);
+    // The value to write: the whole entries that fit into kGroupsWriteLimit
+    // characters, in order; the first that does not fit and all after it are left out.
+    static CAllowedValue JoinAllowed(const QList<CAllowedAccount>& entries);
+    // Names the entries left out, for the administrator.
+    static QString LeftOutText(const QList<CAllowedAccount>& leftOut);
     // Leading blanks, an optional sign and digits, as the service's readers take numbers.
     static qint64 LeadingNumber(QStringView text);
 

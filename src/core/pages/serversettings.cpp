@@ -81,13 +81,11 @@ CGeneralSettings CGeneralSettings::Load(CCwadminDoc& document, int number) {
     return values;
 }
 
-CApplyResult CGeneralSettings::Apply(CCwadminDoc& document, int number) const {
+void CGeneralSettings::Apply(CCwadminDoc& document, int number) const {
     CServer& server = document.Servers()[std::size_t(number)];
-    // A name typed as "\\PDC1" or as a whole share still means the computer.
-    const QString primaryName = primary ? server.Name() : ComputerFromShare(masterComputer.trimmed());
-    if (primaryName.isEmpty())
-        return CApplyResult::Refused(u"Please enter the computer name of the Primary Callwarden Server."_s,
-                                     OCL::IPrompter::Icon::Information);
+    // The typed name goes into the share as it stands: the service reads the
+    // share, and what the administrator typed is what it should be told.
+    const QString primaryName = primary ? server.Name() : masterComputer;
     {
         auto lock = server.Lock();
         server.m_master = primary ? 1 : 0;
@@ -97,5 +95,4 @@ CApplyResult CGeneralSettings::Apply(CCwadminDoc& document, int number) const {
         server.m_staticIP = staticIP ? 1 : 0;
     }
     document.SaveServerProperties(number);
-    return CApplyResult::Applied();
 }

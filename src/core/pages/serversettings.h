@@ -5,7 +5,6 @@
 // state). Read from the server's "Service" key; written through the document's
 // server-settings save, which also tells the service to reread them.
 
-#include "core/pages/applyresult.h"
 #include "platform/types.h"
 
 #include <QString>
@@ -28,7 +27,7 @@ struct CGeneralSettings {
     // Reads the page's values on server number (which must exist).
     static CGeneralSettings Load(CCwadminDoc& document, int number);
     // Stores the values in the server's record and saves them on the server.
-    CApplyResult Apply(CCwadminDoc& document, int number) const;
+    void Apply(CCwadminDoc& document, int number) const;
 
     // The computer of a data share: leading backslashes skipped, cut at the next one.
     static QString ComputerFromShare(const QString& share);

@@ -1,5 +1,7 @@
 #include "core/ras/rasfunc.h"
 
+#include <QStringList>
+
 using namespace OCL;
 
 namespace {
@@ -17,36 +19,43 @@ std::u16string CRASFunc::Wide(const QString& text, int limit) {
 }
 
 BOOL CRASFunc::Init() {
-    std::lock_guard lock(m_binding.mutex);
-    if (m_binding.bound)
-        return 1;
-    IModules& modules = m_env.Modules();
-    HMODULE module = nullptr;
-    DWORD rc = modules.Load("RASSAPI.DLL", LoadFlags::None, &module);
-    if (rc != Err::Success)
-        rc = modules.Load("RASSAPI.DLL", LoadFlags::DontResolveDllReferences, &module);
-    if (rc != Err::Success) {
-        m_env.Prompter().Inform(
-            QStringLiteral(
-                "Error when loading RASSAPI.DLL (code:%1)\n\nVerify that the file exists in your search "
-                "path.\n")
-                .arg(rc));
-        return 0;
+    // The boxes are shown after the lock is let go: a modal box runs an event loop,
+    // and fetcher threads (or the loop itself) must not wait on the binding meanwhile.
+    QStringList messages;
+    BOOL result = 1;
+    {
+        std::lock_guard lock(m_binding.mutex);
+        if (m_binding.bound)
+            return 1;
+        IModules& modules = m_env.Modules();
+        HMODULE module = nullptr;
+        DWORD rc = modules.Load("RASSAPI.DLL", LoadFlags::None, &module);
+        if (rc != Err::Success)
+            rc = modules.Load("RASSAPI.DLL", LoadFlags::DontResolveDllReferences, &module);
+        if (rc != Err::Success) {
+            messages.append(QStringLiteral("Error when loading RASSAPI.DLL (code:%1)\n\nVerify that the file "
+                                           "exists in your search path.\n")
+                                .arg(rc));
+            result = 0;
+        } else {
+            m_binding.module = module;
+            for (std::size_t i = 0; i < CRasBinding::kNames.size(); ++i)
+                m_binding.entries[i] = modules.Symbol(module, CRasBinding::kNames[i]);
+            for (std::size_t i = 0; i < CRasBinding::kNames.size(); ++i) {
+                if (m_binding.entries[i])
+                    continue;
+                // Only the first ordinal's text ends with a full stop.
+                messages.append(
+                    QStringLiteral("Error when loading Rassapi.dll: Unable to locate ordinal 0x%1")
+                        .arg(i + 1, 3, 10, QLatin1Char('0')) +
+                    (i == 0 ? QStringLiteral(".") : QString()));
+            }
+            m_binding.bound = true;
+        }
     }
-    m_binding.module = module;
-    for (std::size_t i = 0; i < CRasBinding::kNames.size(); ++i)
-        m_binding.entries[i] = modules.Symbol(module, CRasBinding::kNames[i]);
-    for (std::size_t i = 0; i < CRasBinding::kNames.size(); ++i) {
-        if (m_binding.entries[i])
-            continue;
-        // Only the first ordinal's text ends with a full stop.
-        const QString text = QStringLiteral("Error when loading Rassapi.dll: Unable to locate ordinal 0x%1")
-                                 .arg(i + 1, 3, 10, QLatin1Char('0')) +
-                             (i == 0 ? QStringLiteral(".") : QString());
+    for (const QString& text : messages)
         m_env.Prompter().Inform(text);
-    }
-    m_binding.bound = true;
-    return 1;
+    return result;
 }
 
 DWORD CRASFunc::PortEnum(const QString& server, RAS_PORT_0** ports, WORD* count) {

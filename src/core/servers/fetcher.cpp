@@ -42,10 +42,13 @@ CServerFetcherThread::~CServerFetcherThread() {
 
 bool CServerFetcherThread::UpdateIfChanged(CServer& server, char* target, std::size_t size, const char* value,
                                            DWORD bit) {
+    // The field keeps at most size - 1 bytes of the value: compare with what it
+    // would store, or a value longer than the field counts as changed on every fetch.
+    const std::string_view stored = std::string_view(value).substr(0, size - 1);
     auto lock = server.Lock();
-    if (std::strncmp(target, value, size) == 0)
+    if (CAnsi::FieldText(target, size) == stored)
         return false;
-    CAnsi::CopyToField(target, size, value);
+    CAnsi::CopyToField(target, size, stored);
     server.m_changeMask |= bit;
     return true;
 }

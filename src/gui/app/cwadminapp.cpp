@@ -3,8 +3,12 @@
 #include "core/servers/servernotice.h"
 #include "gui/app/artwork.h"
 #include "gui/frame/mainframe.h"
+#include "gui/toolkit/captionbar.h"
 
 #include <QDateTime>
+#include <QDir>
+
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -18,6 +22,8 @@ CCwadminApp::CCwadminApp(int& argc, char** argv) : QApplication(argc, argv) {
 
     OCL::Trace("%s", StartLine(QDateTime::currentDateTime()).toLocal8Bit().constData());
     OCL::TraceIndent indent;
+    // The classic active-caption gradient: dark blue into light blue, white text.
+    CCaptionBar::SetDefaults({QColor(10, 36, 106), QColor(166, 202, 240), QColor(Qt::white)});
     OCL::Trace("Caption painter defaults set\n");
 }
 
@@ -25,6 +31,48 @@ CCwadminApp::~CCwadminApp() {
     // The window goes first, then the document waits for fetchers still reading.
     m_frame.reset();
     m_doc.reset();
+    if (m_trace && OCL::TraceSink() == m_trace.get())
+        OCL::SetTraceSink(nullptr);
+}
+
+std::unique_ptr<OCL::TraceFile> CCwadminApp::OpenTrace(const QString& target, OCL::IShares& shares,
+                                                       QString* problem) {
+    std::filesystem::path path;
+    if (target == u"1"_s) {
+        if (const OCL::DWORD rc = shares.Resolve(kTraceFile, &path)) {
+            *problem = u"The trace file %1 cannot be reached on this site (error %2)."_s
+                           .arg(QString::fromLatin1(kTraceFile))
+                           .arg(rc);
+            return nullptr;
+        }
+    } else {
+        path = QDir::current().absoluteFilePath(target).toStdString();
+    }
+    const QString shown = QString::fromStdString(path.string());
+    std::error_code ec;
+    std::filesystem::create_directories(path.parent_path(), ec);
+    if (ec) {
+        *problem = u"The folder of the trace file %1 cannot be created: %2."_s.arg(
+            shown, QString::fromLocal8Bit(ec.message().c_str()));
+        return nullptr;
+    }
+    auto trace = std::make_unique<OCL::TraceFile>(path.string());
+    if (!trace->IsOpen()) {
+        *problem = u"The trace file %1 cannot be opened for writing."_s.arg(shown);
+        return nullptr;
+    }
+    return trace;
+}
+
+void CCwadminApp::StartTrace(const QString& target) {
+    // Off as the console ships; "0" switches it off explicitly.
+    if (target.isEmpty() || target == u"0"_s)
+        return;
+    m_trace = OpenTrace(target, *m_platform->shares, &m_traceProblem);
+    if (!m_trace)
+        return;
+    OCL::SetTraceSink(m_trace.get());
+    OCL::Trace("%s", StartLine(QDateTime::currentDateTime()).toLocal8Bit().constData());
 }
 
 QString CCwadminApp::StartLine(const QDateTime& now) {
@@ -38,8 +86,9 @@ QString CCwadminApp::StartLine(const QDateTime& now) {
         .arg(t.second());
 }
 
-bool CCwadminApp::InitInstance(std::unique_ptr<OCL::Platform> platform) {
+bool CCwadminApp::InitInstance(std::unique_ptr<OCL::Platform> platform, const QString& traceTarget) {
     m_platform = std::move(platform);
+    StartTrace(traceTarget);
     m_files = std::make_unique<OCL::Ini::Files>();
     m_prompter = std::make_unique<CDialogPrompter>();
     m_env = std::make_unique<CEnvironment>(*m_platform, *m_files, *m_prompter);
@@ -54,6 +103,9 @@ bool CCwadminApp::InitInstance(std::unique_ptr<OCL::Platform> platform) {
         return false;
     m_frame->show();
     ReportPlatformProblems();
+    if (!m_traceProblem.isEmpty())
+        m_prompter->Message(m_traceProblem + u"\nThe console runs without a trace."_s, {},
+                            OCL::IPrompter::Icon::Warning, OCL::IPrompter::Buttons::Ok);
     return true;
 }
 

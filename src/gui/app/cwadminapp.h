@@ -21,8 +21,17 @@ public:
     CCwadminApp(int& argc, char** argv);
     ~CCwadminApp() override;
 
-    // Takes the platform the console runs on; true once the main window is shown.
-    bool InitInstance(std::unique_ptr<OCL::Platform> platform);
+    // Takes the platform the console runs on and starts the trace when traceTarget
+    // names one; true once the main window is shown. A trace that cannot be written
+    // is reported once the window is up and the console runs without it.
+    bool InitInstance(std::unique_ptr<OCL::Platform> platform, const QString& traceTarget = {});
+
+    // The trace file for target: "1" the console's own file on the site's drive C,
+    // anything else a path (relative to the current folder). Null, with the
+    // reason in *problem, when it cannot be written.
+    static std::unique_ptr<OCL::TraceFile> OpenTrace(const QString& target, OCL::IShares& shares,
+                                                     QString* problem);
+    static constexpr const char* kTraceFile = "C:\\ocl_trace_cwadmin.txt";
 
     CMainFrame* MainFrame() const { return m_frame.get(); }
     CCwadminDoc* Document() const { return m_doc.get(); }
@@ -40,7 +49,10 @@ protected:
 
 private:
     void ReportPlatformProblems();
+    void StartTrace(const QString& target);
 
+    std::unique_ptr<OCL::TraceFile> m_trace;
+    QString m_traceProblem;
     std::unique_ptr<OCL::Platform> m_platform;
     std::unique_ptr<OCL::Ini::Files> m_files;
     std::unique_ptr<CDialogPrompter> m_prompter;

@@ -83,8 +83,7 @@ CSimulateSession::CSimulateSession(CCwadminDoc& document, QWidget* parent)
     connect(m_connect, &QPushButton::clicked, this, &CSimulateSession::OnConnect);
     connect(m_hangUp, &QPushButton::clicked, this, &CSimulateSession::OnHangUp);
     connect(m_close, &QPushButton::clicked, this, &CSimulateSession::reject);
-    connect(m_help, &QPushButton::clicked, this,
-            [this] { CHelp::Open(m_doc.Environment().Shell(), kHelpContext); });
+    connect(m_help, &QPushButton::clicked, this, [this] { CHelp::Show(kHelpContext, this); });
     UpdateWidgets();
 }
 

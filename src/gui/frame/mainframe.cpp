@@ -161,14 +161,10 @@ void CMainFrame::OnNewServerState(std::size_t index) {
     for (IView* view : views)
         if (auto* servers = dynamic_cast<CServersView*>(view))
             servers->UpdateServerState(index);
-    if (m_doc.m_selectedServer == m_doc.Servers()[index].Name())
-        UpdateServerCommands();
 }
 
 void CMainFrame::OnNewServerData(std::size_t index) {
     ReleaseFinishedFetch(index);
     const CUpdateServerHint hint(index);
     m_doc.UpdateAllViews(nullptr, Hint::NewServerData, &hint);
-    if (m_doc.m_selectedServer == m_doc.Servers()[index].Name())
-        UpdateServerCommands();
 }

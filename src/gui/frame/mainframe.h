@@ -98,9 +98,10 @@ public:
     void OnEditDelete();
     void OnEditProperties();
 
-    // The service-dependent server commands, enabled from the selected server's
-    // service states.
-    void UpdateServerCommands();
+    // The service-dependent server commands, enabled from the service states of
+    // the selected server (whatever selected it); requery asks its service manager
+    // again even when the selection still names the same server.
+    void UpdateServerCommands(bool requery = false);
 
     // Adds the frame's action for a menu text (as the menus spell it) to menu.
     void AddCommand(QMenu& menu, const QString& text);
@@ -135,4 +136,8 @@ private:
     int m_shownMode = -1;
     int m_family = FamilyNone;
     int m_waitDepth = 0;
+    // The server whose service states the server commands show, and those states.
+    QString m_commandsServer;
+    int m_rasState = 0;
+    int m_trackingState = 0;
 };

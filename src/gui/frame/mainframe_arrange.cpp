@@ -117,6 +117,7 @@ void CMainFrame::OnViewStatus() {
 void CMainFrame::OnViewRefresh() {
     m_doc.m_usersReloadPending = 1;
     m_doc.m_forceRefresh = 1;
+    UpdateServerCommands(true);
     if (m_family == FamilyNone || m_family == FamilyUsers || m_family == FamilyServer ||
         m_family == FamilyServers)
         m_doc.UpdateAllViews(nullptr, Hint::UPDATE_NEW_USERS);

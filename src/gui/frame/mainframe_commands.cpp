@@ -32,11 +32,12 @@ QAction* CMainFrame::MakeCommand(const QString& text, void (CMainFrame::*handler
 }
 
 void CMainFrame::CreateCommands() {
-    auto* add = new QAction(CIcons::CommandIcon(Command::AddServer), u"Add RAS Server..."_s, this);
-    connect(add, &QAction::triggered, this, [this] { OnSystemAddServer(); });
-    m_commands.insert(add->text(), add);
-    // The tree's menu spells the same command in its own way.
-    m_commands.insert(u"&Add RAS server..."_s, add);
+    // The System menu and the tree's menu spell the same command each in its own way.
+    for (const QString& text : {u"Add RAS Server..."_s, u"&Add RAS server..."_s}) {
+        auto* add = new QAction(CIcons::CommandIcon(Command::AddServer), text, this);
+        connect(add, &QAction::triggered, this, [this] { OnSystemAddServer(); });
+        m_commands.insert(text, add);
+    }
 
     auto* exit = new QAction(u"E&xit"_s, this);
     connect(exit, &QAction::triggered, this, &QWidget::close);
@@ -105,7 +106,7 @@ void CMainFrame::CreateMenusAndToolbar() {
         server->addAction(m_commands[name]);
     server->addSeparator();
     server->addAction(m_commands[u"&Remove Server"_s]);
-    connect(server, &QMenu::aboutToShow, this, &CMainFrame::UpdateServerCommands);
+    connect(server, &QMenu::aboutToShow, this, [this] { UpdateServerCommands(); });
 
     QMenu* tools = menuBar()->addMenu(u"&Tools"_s);
     tools->addAction(m_commands[u"Simulate Sessions..."_s]);
@@ -155,18 +156,22 @@ void CMainFrame::AddCommand(QMenu& menu, const QString& text) {
         UpdateServerCommands();
 }
 
-void CMainFrame::UpdateServerCommands() {
-    const bool server = m_doc.m_selectionKind == NodeKind::Server || m_doc.m_selectionKind == 2;
-    int ras = 0, tracking = 0;
-    if (server && m_doc.m_selectedServer != kNone) {
-        ras = m_doc.IsServiceRunning(m_doc.m_selectedServer, false);
-        tracking = m_doc.IsServiceRunning(m_doc.m_selectedServer, true);
+void CMainFrame::UpdateServerCommands(bool requery) {
+    // The states are remote calls: asked when the selection names another server
+    // or when asked to (after a start or stop, on Refresh), never per menu shown.
+    const QString server = m_doc.m_selectedServer;
+    if (server == kNone || m_doc.GetServerNumberByName(server) < 0) {
+        m_commandsServer.clear();
+        m_rasState = m_trackingState = 0;
+    } else if (requery || server != m_commandsServer) {
+        m_commandsServer = server;
+        m_rasState = m_doc.IsServiceRunning(server, false);
+        m_trackingState = m_doc.IsServiceRunning(server, true);
     }
-    m_commands[u"St&art RAS"_s]->setEnabled(ras == 2);
-    m_commands[u"St&op RAS"_s]->setEnabled(ras == 1);
-    m_commands[u"S&tart Callwarden"_s]->setEnabled(tracking == 2);
-    m_commands[u"&Stop Callwarden"_s]->setEnabled(tracking == 1);
-    m_commands[u"&Remove Server"_s]->setEnabled(server);
+    m_commands[u"St&art RAS"_s]->setEnabled(m_rasState == 2);
+    m_commands[u"St&op RAS"_s]->setEnabled(m_rasState == 1);
+    m_commands[u"S&tart Callwarden"_s]->setEnabled(m_trackingState == 2);
+    m_commands[u"&Stop Callwarden"_s]->setEnabled(m_trackingState == 1);
 }
 
 bool CMainFrame::OnSystemAddServer() {
@@ -179,7 +184,7 @@ void CMainFrame::StartServiceDialog(bool trackingService, bool start) {
         return;
     CServiceStartStop dialog(m_doc, m_doc.m_selectedServer, trackingService, start, this);
     dialog.exec();
-    UpdateServerCommands();
+    UpdateServerCommands(true);
 }
 
 void CMainFrame::OnServerStartRas() {
@@ -205,6 +210,7 @@ void CMainFrame::OnServerRemove() {
         return;
     m_doc.Servers().DelServer(server);
     m_doc.UpdateAllViews(nullptr, Hint::ServerListChanged);
+    UpdateServerCommands();
 }
 
 void CMainFrame::OnServerExplore() {
@@ -292,7 +298,7 @@ void CMainFrame::OnGoCalendar() {
 }
 
 void CMainFrame::OnContentHelp() {
-    CHelp::Open(m_doc.Environment().Shell(), CHelp::Contents);
+    CHelp::Show(CHelp::Contents, this);
 }
 
 void CMainFrame::OnHelpConnectWeb() {

@@ -11,7 +11,7 @@ std::unique_ptr<CPropertySheet> CreatePortProperties(CCwadminDoc& document, cons
                                                      const QString& port, QWidget* parent) {
     auto sheet = std::make_unique<CPropertySheet>(u"Properties for %1\\%2"_s.arg(server, port), true, parent);
     sheet->AddPage(new CPropPort(document, server, port));
-    sheet->SetHelpHandler([&document](int context) { CHelp::Open(document.Environment().Shell(), context); });
+    sheet->SetHelpHandler([page = sheet.get()](int context) { CHelp::Show(context, page); });
     return sheet;
 }
 

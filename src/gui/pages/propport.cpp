@@ -15,8 +15,6 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -159,6 +157,9 @@ bool CPropPort::OnApply() {
     values.idleLimit = m_idleLimit->isChecked();
     values.idleMinutes = m_idleMinutes->text();
     const CPortApplyResult result = values.Apply(m_doc, m_server, m_port);
+    if (result.applied && !result.text.isEmpty())
+        m_doc.Environment().Prompter().Message(result.text, result.caption, result.icon,
+                                               OCL::IPrompter::Buttons::Ok);
     if (!result.applied) {
         m_doc.Environment().Prompter().Message(result.text, result.caption, result.icon,
                                                OCL::IPrompter::Buttons::Ok);
@@ -191,21 +192,9 @@ void CPropPort::OnAddGroup() {
     CAccountBrowser browser(m_doc, this);
     if (browser.exec() != QDialog::Accepted)
         return;
-    const QList<CAllowedAccount> present = Entries();
-    bool added = false;
-    for (const CAllowedAccount& entry : browser.Chosen()) {
-        // Listing an entry twice would only make the stored value longer.
-        const bool listed =
-            std::any_of(present.begin(), present.end(), [&entry](const CAllowedAccount& other) {
-                return other.kind == entry.kind && other.name.compare(entry.name, Qt::CaseInsensitive) == 0;
-            });
-        if (listed)
-            continue;
+    for (const CAllowedAccount& entry : browser.Chosen())
         InsertEntry(entry);
-        added = true;
-    }
-    if (added)
-        SetModified();
+    SetModified();
     UpdateWidgets();
 }
 

@@ -19,7 +19,7 @@ std::unique_ptr<CPropertySheet> CreateServerProperties(CCwadminDoc& document, in
     sheet->AddPage(new CSrvPropSettings(document, number));
     if (master)
         sheet->AddPage(new CSrvPropODBC(document, number));
-    sheet->SetHelpHandler([&document](int context) { CHelp::Open(document.Environment().Shell(), context); });
+    sheet->SetHelpHandler([page = sheet.get()](int context) { CHelp::Show(context, page); });
     return sheet;
 }
 

@@ -158,7 +158,6 @@ void CSrvPropODBC::ShowLogin() {
 }
 
 void CSrvPropODBC::UpdateWidgets() {
-    const bool enabled = m_exportUsers->isChecked() || m_exportHistory->isChecked();
-    m_schedule->setEnabled(enabled);
-    m_database->setEnabled(enabled);
+    // Only the schedule depends on exporting something; the login stays editable.
+    m_schedule->setEnabled(m_exportUsers->isChecked() || m_exportHistory->isChecked());
 }

@@ -126,12 +126,8 @@ bool CSrvPropSettings::OnApply() {
     values.idleMinutes = m_idleMinutes->text();
     values.logToEventLog = m_logToEventLog->isChecked();
     values.staticIP = m_staticIP->isChecked();
-    const CApplyResult result = values.Apply(m_doc, m_number);
-    if (!result.applied) {
-        m_doc.Environment().Prompter().Message(result.text, {}, result.icon, OCL::IPrompter::Buttons::Ok);
-        m_masterComputer->setFocus();
-    }
-    return result.applied;
+    values.Apply(m_doc, m_number);
+    return true;
 }
 
 void CSrvPropSettings::UpdateWidgets() {

@@ -7,6 +7,18 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+CCaptionBar::Colors g_defaults;
+}
+
+void CCaptionBar::SetDefaults(const Colors& colors) {
+    g_defaults = colors;
+}
+
+CCaptionBar::Colors CCaptionBar::Defaults() {
+    return g_defaults;
+}
+
 CCaptionBar::CCaptionBar(QWidget* parent) : QWidget(parent) {
     setObjectName(u"captionBar"_s);
     setFont(CaptionFont());
@@ -40,17 +52,22 @@ QSize CCaptionBar::sizeHint() const {
 
 void CCaptionBar::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    QLinearGradient gradient(rect().topLeft(), rect().topRight());
-    gradient.setColorAt(0, QColor(10, 36, 106));
-    gradient.setColorAt(1, QColor(166, 202, 240));
-    p.fillRect(rect(), gradient);
+    const Colors colors = g_defaults;
+    if (colors.start.isValid() && colors.end.isValid()) {
+        QLinearGradient gradient(rect().topLeft(), rect().topRight());
+        gradient.setColorAt(0, colors.start);
+        gradient.setColorAt(1, colors.end);
+        p.fillRect(rect(), gradient);
+    } else {
+        p.fillRect(rect(), palette().window());
+    }
     int x = 4;
     const int side = height() - 4;
     if (!m_icon.isNull()) {
         m_icon.paint(&p, QRect(x, 2, side, side));
         x += side + 4;
     }
-    p.setPen(Qt::white);
+    p.setPen(colors.text.isValid() ? colors.text : palette().windowText().color());
     p.setFont(font());
     p.drawText(QRect(x, 0, width() - x - 4, height()), Qt::AlignVCenter | Qt::AlignLeft,
                fontMetrics().elidedText(m_text, Qt::ElideRight, width() - x - 4));

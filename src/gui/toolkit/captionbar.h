@@ -2,12 +2,23 @@
 // A gradient caption over the right-hand view: the view's icon and its caption
 // text in bold Arial, 12 points high plus 4 pixels.
 
+#include <QColor>
 #include <QIcon>
 #include <QWidget>
 
 class CCaptionBar : public QWidget {
     Q_OBJECT
 public:
+    // The look every caption is painted with, set once for the process by the
+    // application; until then captions are painted plain in the palette's colours.
+    struct Colors {
+        QColor start; // the gradient's left end
+        QColor end;
+        QColor text;
+    };
+    static void SetDefaults(const Colors& colors);
+    static Colors Defaults();
+
     explicit CCaptionBar(QWidget* parent = nullptr);
 
     void SetCaption(const QString& text);

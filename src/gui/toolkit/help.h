@@ -1,20 +1,30 @@
 #pragma once
-// The console's help: HTML topics, one per context number, beside the program
-// in the folder "help" ("topic<N>.html", the contents "index.html"), opened in
-// the desktop's browser through the shell.
-
-#include "platform/shell.h"
+// The console's help: HTML topics, one per context number ("topic<N>.html", the
+// contents "index.html"), shown in the console's own help window, so that help
+// works on a machine without a web browser.
 
 #include <QString>
+
+class CHelpWindow;
+class QWidget;
 
 namespace CHelp {
 
 inline constexpr int Contents = 0;
 
-QString TopicPath(int context);
+// The folder of the topics: "help" beside the program, or the installed
+// "share/callwarden/help" beside its "bin"; empty when neither exists.
+QString Folder();
+// The file of a context number.
+QString TopicFile(int context);
 // The welcome page shown once to a new administrator.
-QString IntroPath();
-// Opens the topic; the contents when context is Contents.
-void Open(OCL::IShell& shell, int context);
+QString IntroFile();
+
+// Shows the one help window at the topic, over the window of from (so that it
+// can be used beside a modal dialog); returns it.
+CHelpWindow* Show(int context, QWidget* from);
+CHelpWindow* ShowFile(const QString& file, QWidget* from);
+// The help window, if one is open.
+CHelpWindow* Window();
 
 } // namespace CHelp

@@ -92,6 +92,7 @@ CNewPort::CNewPort(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
     m_resetStatistics = button(u"Reset Statistics"_s, "resetStatistics", &CNewPort::OnResetStatistics);
     m_disconnect->setToolTip(u"Ends the session of the user connected on this port"_s);
     m_sendMessage->setToolTip(u"Sends a message to the user connected on this port"_s);
+    m_resetStatistics->setToolTip(u"Sets the port's traffic and error counters back to zero"_s);
     buttonLayout->addStretch(1);
     m_panelLayout->addWidget(buttons);
     m_layout->addWidget(m_panel);
@@ -239,13 +240,9 @@ bool CNewPort::Refill() {
 }
 
 void CNewPort::UpdateButtons() {
-    const bool routingAndRas = IsRoutingAndRas();
     m_disconnect->setEnabled(m_connected);
     m_sendMessage->setEnabled(m_connected);
-    m_resetStatistics->setEnabled(m_connected && !routingAndRas);
-    m_resetStatistics->setToolTip(routingAndRas
-                                      ? u"Routing and RAS servers offer no way to reset a port's counters"_s
-                                      : u"Sets the port's traffic and error counters back to zero"_s);
+    m_resetStatistics->setEnabled(m_connected);
 }
 
 void CNewPort::OnDisconnectSession() {
@@ -263,10 +260,25 @@ void CNewPort::OnSendMessage() {
 }
 
 void CNewPort::OnResetStatistics() {
-    if (!m_connected || IsRoutingAndRas())
+    if (!m_connected)
         return;
+    // The router's administration offers no such call; the failure is told as a
+    // failed reading is, and the rows stay as they are.
+    if (IsRoutingAndRas()) {
+        Doc().Environment().Prompter().Message(
+            u"The statistics of port %1 could not be reset.\nRouting and RAS servers offer no way to reset "
+            u"a port's counters."_s.arg(m_port),
+            {}, IPrompter::Icon::Error, IPrompter::Buttons::Ok);
+        return;
+    }
     Doc().RasFunc().Init();
-    Doc().RasFunc().PortClearStatistics(m_server, m_port);
+    const DWORD rc = Doc().RasFunc().PortClearStatistics(m_server, m_port);
+    if (rc != OCL::Err::Success) {
+        Doc().Environment().Prompter().Message(
+            u"Error %1 when attempting to reset the statistics of port %2."_s.arg(rc).arg(m_port), {},
+            IPrompter::Icon::Error, IPrompter::Buttons::Ok);
+        return;
+    }
     Refill();
 }
 

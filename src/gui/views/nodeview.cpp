@@ -282,6 +282,7 @@ void CNodeView::OnSelChanged(QTreeWidgetItem* current) {
         m_frame.ArrangeViews();
     if (hint != Hint::NoHint)
         m_doc.UpdateAllViews(this, hint);
+    m_frame.UpdateServerCommands();
 }
 
 void CNodeView::SelectNamedNode() {
@@ -326,7 +327,7 @@ void CNodeView::OnTimer11() {
         DWORD intro = 0;
         m_doc.ReadRegDWORD({}, u"Client"_s, u"NewbieMessageIntro"_s, &intro);
         if (intro != 1) {
-            m_doc.Environment().Shell().Open("open", CHelp::IntroPath().toStdString());
+            CHelp::ShowFile(CHelp::IntroFile(), this);
             m_doc.SetRegDWORD({}, u"Client"_s, u"NewbieMessageIntro"_s, 1);
         }
     }

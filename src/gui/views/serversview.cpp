@@ -189,12 +189,13 @@ QString CServersView::StatusOf(const QString& name) const {
 void CServersView::OnSelectionChanged() {
     const int row = FirstSelectedRow();
     if (row < 0) {
-        Doc().m_selectedServer.clear();
-        return;
+        Doc().m_selectedServer = kNone;
+    } else {
+        const QString name = m_model->Text(row, CServersModel::ColServer);
+        Doc().m_selectedServer = name.left(50);
+        Doc().SetStatus(StatusOf(name));
     }
-    const QString name = m_model->Text(row, CServersModel::ColServer);
-    Doc().m_selectedServer = name.left(50);
-    Doc().SetStatus(StatusOf(name));
+    Frame().UpdateServerCommands();
 }
 
 void CServersView::OnClicked() {
