@@ -127,13 +127,14 @@ private:
 
 } // namespace
 
-Files::Files(FilesOptions options) : m_options(std::move(options)), m_id(++g_engines) {
+Files::Files(FilesOptions options, StampSource stampOf)
+    : m_options(std::move(options)), m_stampOf(std::move(stampOf)), m_id(++g_engines) {
     if (m_options.writeChunk == 0)
         m_options.writeChunk = 1;
 }
 
 std::optional<FileStamp> Files::Stamp(const fs::path& path) const {
-    return m_options.stampOf ? m_options.stampOf(path) : StampOf(path);
+    return m_stampOf ? m_stampOf(path) : StampOf(path);
 }
 
 std::shared_ptr<const Document> Files::Settled(const fs::path& path, const FileStamp& stamp) {

@@ -223,17 +223,18 @@ struct FilesOptions {
     // written so far, and once more with the full size + 1 just before the new
     // file replaces the old; returning true makes the write fail there.
     std::function<bool(std::size_t)> failAfter;
-    // For tests: stands in for StampOf where the cache and the writer look at a
-    // file's stamp, as a share with coarse times would answer.
-    std::function<std::optional<FileStamp>(const std::filesystem::path&)> stampOf;
 };
+
+// Where the engine takes stamps from: StampOf, or for tests a stand-in that
+// answers as a share with coarse times would.
+using StampSource = std::function<std::optional<FileStamp>(const std::filesystem::path&)>;
 
 // The engine: reads through a parse cache keyed by path and checked against the
 // file's stamp; writes atomically under the lock. Safe to use from several threads
 // and processes.
 class Files {
 public:
-    explicit Files(FilesOptions options = {});
+    explicit Files(FilesOptions options = {}, StampSource stampOf = {});
     Files(const Files&) = delete;
     Files& operator=(const Files&) = delete;
 
@@ -285,6 +286,7 @@ private:
     const Document& LookupRead(const std::filesystem::path& path);
 
     FilesOptions m_options;
+    StampSource m_stampOf;
     std::uint64_t m_id; // tells engines apart for the lookup runs
     std::mutex m_mutex; // guards the cache
     std::unordered_map<std::filesystem::path::string_type, Cached> m_cache;

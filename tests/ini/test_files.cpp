@@ -22,21 +22,18 @@ enum class Change { None, Renamed, NewTime, NewSize, SameStamp, Removed };
 // and a clock ahead of ours would, so that every file looks just changed.
 enum class Times { Real, Past, Frozen };
 
-FilesOptions WithTimes(Times times) {
-    FilesOptions options;
+StampSource WithTimes(Times times) {
     const std::int64_t hour = std::chrono::nanoseconds(std::chrono::hours(1)).count();
     const std::int64_t now =
         std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
-    if (times != Times::Real)
-        options.stampOf = [times, hour, now](const fs::path& path) {
-            std::optional<FileStamp> stamp = StampOf(path);
-            if (stamp) {
-                stamp->modifiedNs = times == Times::Past ? stamp->modifiedNs - hour : now + hour;
-                stamp->changedNs = times == Times::Past ? stamp->changedNs - hour : now + hour;
-            }
-            return stamp;
-        };
-    return options;
+    return [times, hour, now](const fs::path& path) {
+        std::optional<FileStamp> stamp = StampOf(path);
+        if (stamp && times != Times::Real) {
+            stamp->modifiedNs = times == Times::Past ? stamp->modifiedNs - hour : now + hour;
+            stamp->changedNs = times == Times::Past ? stamp->changedNs - hour : now + hour;
+        }
+        return stamp;
+    };
 }
 
 // Another writer, not an engine, puts `to` in the place of `from`; each change
@@ -92,7 +89,7 @@ void TestIni::otherWriter() {
 
     const auto path = Path("callward.usr");
     WriteFile(path, AccountFile(30));
-    FilesOptions options = WithTimes(times);
+    FilesOptions options;
     options.writeChunk = 64;
     bool changed = !duringWrite;
     auto changeFile = [&] {
@@ -103,7 +100,7 @@ void TestIni::otherWriter() {
             changeFile();
         return false;
     };
-    Files files(options);
+    Files files(options, WithTimes(times));
     QCOMPARE(files.GetString(path, "DOMAIN\\user2", "TotalConnects", ""), std::string("2"));
     auto first = files.Read(path);
     if (duringWrite)
