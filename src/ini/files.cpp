@@ -150,7 +150,7 @@ std::shared_ptr<const Document> Files::Settled(const fs::path& path, const FileS
 std::shared_ptr<const Document> Files::Read(const fs::path& path) {
     const auto stamp = Stamp(path);
     if (!stamp) {
-        Forget(path);
+        Drop(path);
         return EmptyDocument();
     }
     std::shared_ptr<const Document> young;
@@ -216,6 +216,10 @@ void Files::Forget() {
 
 void Files::Forget(const fs::path& path) {
     ++g_writes;
+    Drop(path);
+}
+
+void Files::Drop(const fs::path& path) {
     std::lock_guard lock(m_mutex);
     auto it = m_cache.find(path.native());
     if (it == m_cache.end())
@@ -365,11 +369,9 @@ bool Files::Replace(const fs::path& path, const Edit* edit, std::string_view byt
                 (!IsSettled(path, *stamp, readNs, &tickNs) && !Io::Holds(path, document->Bytes())))
                 continue;
         }
-        const Io::NewFile::Commit put = file.Put(!exists, error);
-        ++g_writes;
-        switch (put) {
+        switch (file.Put(!exists, error)) {
         case Io::NewFile::Commit::Done:
-            Forget(path);
+            Forget(path); // which also ends lookup runs in this process
             return true;
         case Io::NewFile::Commit::Again:
             continue;

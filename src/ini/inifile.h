@@ -15,7 +15,7 @@
 //  - A non-blank line without '=' is a key without a value: a lookup of it answers
 //    the caller's default, the key list leaves it out, and the bulk read shows it
 //    with HasValue() false and an empty value.
-//  - Lines before the first section are ignored.
+//  - Lines before the first section are ignored; so is anything past 4 GiB.
 //  - Names compare without regard to case (ASCII and the Windows-1252 letters) and
 //    are trimmed of blanks and tabs before a lookup.
 //  - Lookups by name use the first section of that name and the first key of that
@@ -36,10 +36,10 @@
 //    target in one rename: a reader sees the old file or the new one. No new file
 //    stays behind when a write fails.
 //  - A read-modify-write holds an advisory lock on the file (POSIX: flock on the
-//    target itself) that every engine instance honours, and checks before the
-//    rename that the file is still the one it read; when another writer changed it
-//    meanwhile, the edit is done again on the new bytes. So no writer's change is
-//    lost.
+//    target itself; Windows has none that shares honour) that every engine
+//    instance honours, and checks before the rename that the file is still the one
+//    it read; when another writer changed it meanwhile, the edit is done again on
+//    the new bytes. So no writer's change is lost.
 //
 // The parse cache
 //  - A parse is reused while the file's stamp (size, modification and change
@@ -277,6 +277,8 @@ private:
     std::optional<FileStamp> Stamp(const std::filesystem::path& path) const;
     // The cached parse when it may be served for stamp without reading the file.
     std::shared_ptr<const Document> Settled(const std::filesystem::path& path, const FileStamp& stamp);
+    // Removes the path's parse from the cache; Forget also ends lookup runs.
+    void Drop(const std::filesystem::path& path);
     void Remember(const std::filesystem::path& path, const FileStamp& stamp,
                   std::shared_ptr<const Document> document, std::int64_t verifiedNs);
     bool Replace(const std::filesystem::path& path, const Edit* edit, std::string_view bytes,
