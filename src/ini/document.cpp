@@ -287,7 +287,8 @@ bool FoldedLess(std::string_view a, std::string_view b) {
 
 } // namespace
 
-Document::SectionKeys& Document::KeysOf(std::size_t section) const {
+Document::SectionKeys& Document::KeysOf(std::size_t section, const KeyVisitor& visit,
+                                        std::size_t* visited) const {
     if (SectionKeys* last = m_lastKeys.load(std::memory_order_acquire); last && last->section == section)
         return *last;
     std::lock_guard lock(m_keysMutex);
@@ -296,12 +297,18 @@ Document::SectionKeys& Document::KeysOf(std::size_t section) const {
         const std::size_t first = m_sections[section].firstKey;
         const std::size_t count = KeyCount(section);
         bool ordered = true;
-        std::string_view previous = count ? NameOfKey(first) : std::string_view();
-        for (std::size_t k = 1; k < count && ordered; ++k) {
-            const std::string_view name = NameOfKey(first + k);
-            ordered = FoldedLess(previous, name);
+        std::string_view previous;
+        std::size_t k = 0;
+        for (; k < count && ordered; ++k) {
+            bool hasValue = false;
+            const std::string_view name = NameOfKey(first + k, &hasValue);
+            ordered = k == 0 || FoldedLess(previous, name);
+            if (ordered && visit)
+                visit(name, hasValue);
             previous = name;
         }
+        if (visited)
+            *visited = ordered ? k : k - 1;
         keys.reset(new SectionKeys{section, ordered, {}, nullptr});
     }
     m_lastKeys.store(keys.get(), std::memory_order_release);
@@ -388,9 +395,21 @@ void Document::ForEachKeyName(std::string_view section, const std::function<void
     if (!s)
         return;
     const std::size_t count = KeyCount(*s);
-    SectionKeys* keys = count > kWalkLimit ? &KeysOf(*s) : nullptr;
     reserve(count);
-    for (std::size_t k = 0; k < count; ++k) {
+    // Names in order are each the first of their name: listed as the order is
+    // checked, when that happens now.
+    std::size_t k = 0;
+    SectionKeys* keys = nullptr;
+    if (count > kWalkLimit) {
+        keys = &KeysOf(
+            *s,
+            [&](std::string_view name, bool hasValue) {
+                if (hasValue)
+                    take(name);
+            },
+            &k);
+    }
+    for (; k < count; ++k) {
         bool hasValue = false;
         const std::string_view name = NameOfKey(KeyIndex(*s, k), &hasValue);
         if (hasValue && (keys ? IsFirstOfName(*keys, k) : FindKey(*s, name) == k))

@@ -138,7 +138,11 @@ private:
     std::optional<std::size_t> FindKey(std::size_t section, std::string_view name,
                                        std::uint32_t* nameEnd = nullptr) const;
     struct SectionKeys;
-    SectionKeys& KeysOf(std::size_t section) const;
+    using KeyVisitor = std::function<void(std::string_view name, bool hasValue)>;
+    // When the record is made now, visit sees the keys that come before the names'
+    // order first breaks, and *visited tells how many they were (else 0).
+    SectionKeys& KeysOf(std::size_t section, const KeyVisitor& visit = {},
+                        std::size_t* visited = nullptr) const;
     const NameIndex& IndexOf(SectionKeys& keys) const;
     bool IsFirstOfName(SectionKeys& keys, std::size_t key) const;
 

@@ -126,8 +126,7 @@ void TestIni::cacheLimitAndForget() {
     FilesOptions options;
     options.cacheBytes = 150;
     Files files(options);
-    auto big = files.Read(Path("big.ini"));
-    QVERIFY(files.Read(Path("big.ini")) != big);
+    QVERIFY(files.Read(Path("big.ini")) != files.Read(Path("big.ini")));
     auto a = files.Read(Path("a.ini"));
     QCOMPARE(files.Read(Path("a.ini")), a);
     auto b = files.Read(Path("b.ini"));
@@ -168,10 +167,9 @@ void TestIni::twoProcessesIncrement() {
 // the old or the new file, whole, however the writes interleave.
 void TestIni::readersDuringWrites() {
     const auto path = Path("callward.usr");
-    const std::string base = S(AccountFile(300));
     const std::string section = "DOMAIN\\user150";
-    const std::string a = Edit().Set(section, "MaxSessionTime", "A").ApplyTo(base);
-    const std::string b = Edit().Set(section, "MaxSessionTime", "BBBB").ApplyTo(base);
+    const std::string a = Edit().Set(section, "MaxSessionTime", "A").ApplyTo(S(AccountFile(300)));
+    const std::string b = Edit().Set(section, "MaxSessionTime", "BBBB").ApplyTo(S(AccountFile(300)));
     WriteFile(path, Q(a));
 
     Files shared;

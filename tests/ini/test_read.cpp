@@ -9,6 +9,14 @@ namespace {
 
 const QByteArray kDefault = "<default>";
 
+QByteArray N(qsizetype i) {
+    return QByteArray::number(i);
+}
+// The names of the big unordered section.
+QByteArray M(int i) {
+    return "m" + N(i * 7919 % 3000);
+}
+
 QByteArray Joined(const std::vector<std::string>& names) {
     QByteArrayList out;
     for (const std::string& name : names)
@@ -31,10 +39,17 @@ QByteArray Flatten(const Document& document) {
 
 // Each lookup, "section|key|value" or "section|key" for the caller's default, through
 // the parse and GetString, in the order given; a fourth field is GetInt's answer.
+// "section|*|count|first|last" checks the section's key list.
 void CheckLookups(Files& files, const std::filesystem::path& path, const QByteArrayList& lookups) {
     auto document = files.Read(path);
     for (const QByteArray& lookup : lookups) {
         const QByteArrayList l = lookup.split('|');
+        if (l[1] == "*") {
+            const std::vector<std::string> names = files.KeyNames(path, S(l[0]));
+            QCOMPARE(N(qsizetype(names.size())) + "|" + Q(names.front()) + "|" + Q(names.back()),
+                     l.mid(2).join('|'));
+            continue;
+        }
         const QByteArray expected = l.size() > 2 ? l[2] : kDefault;
         const QByteArray where = l[0].left(40) + "|" + l[1].left(40);
         QVERIFY2(Q(document->Find(S(l[0]), S(l[1])).value_or("<default>")) == expected, where.constData());
@@ -116,9 +131,7 @@ void TestIni::read() {
     const auto path = Path("test.ini");
     WriteFile(path, bytes);
     Files files;
-    auto document = files.Read(path);
-    QCOMPARE(Q(document->Bytes()), bytes);
-    QCOMPARE(Flatten(*document), bulk);
+    QCOMPARE(Flatten(*files.Read(path)), bulk);
     QCOMPARE(Joined(files.SectionNames(path)), sectionNames);
     QCOMPARE(Joined(files.KeyNames(path, S(keysOf))), keyNames);
     CheckLookups(files, path, lookups.split(','));
@@ -134,46 +147,44 @@ void TestIni::readLarge_data() {
     const QByteArray ten(10 << 20, 'y');
     QTest::newRow("1 MB names, values and lines, zero-filled tail")
         << "[" + mega + "]\r\nk=" + mega + "\r\n[B]\r\nk=2\r\n" + mega + "\r\n" + QByteArray(1 << 20, '\0')
-        << 2 << 3 << QByteArrayList{mega + "|k|" + mega, "B|k|2", "B|" + mega};
-    QTest::newRow("one 10 MB line") << "[A]\r\nk=" + ten << 1 << 1 << QByteArrayList{"A|k|" + ten};
+        << 2 << 3 << QByteArrayList{"B|*|1|k|k", mega + "|k|" + mega, "B|k|2", "B|" + mega};
+    QTest::newRow("one 10 MB line") << "[A]\r\nk=" + ten << 1 << 1
+                                    << QByteArrayList{"A|*|1|k|k", "A|k|" + ten};
     QTest::newRow("a million short lines") << "[A]\r\n" + QByteArray("k\n").repeated(1000000) + "last=1" << 1
-                                           << 1000001 << QByteArrayList{"A|k", "A|last|1"};
+                                           << 1000001 << QByteArrayList{"A|*|1|last|last", "A|k", "A|last|1"};
 
     // Sections big enough to be indexed: names in order, then out of order with
     // duplicates; lookups in file order, backwards and at random.
-    const auto n = [](int i) {
-        return QByteArray::number(i);
-    };
-    const auto mixed = [&](int i) {
-        return QByteArray("m" + n(i * 7919 % 3000));
-    };
     QByteArray big = "[Ordered]\r\n";
     QByteArrayList lookups;
     for (int i = 0; i < 5000; ++i)
-        big += "k" + n(100000 + i) + "=" + n(i) + "\r\n";
+        big += "k" + N(100000 + i) + "=" + N(i) + "\r\n";
     big += "[Mixed]\r\n";
     for (int i = 0; i < 3000; ++i)
-        big += mixed(i) + (i == 10 ? QByteArray("\r\n") : "=" + n(i) + "\r\n");
-    big += "M" + mixed(20).mid(1) + "=dup\r\n[ordered]\r\nk100000=late\r\n";
+        big += M(i) + (i == 10 ? QByteArray("\r\n") : "=" + N(i) + "\r\n");
+    big += "M" + M(20).mid(1) + "=dup\r\n[ordered]\r\nk100000=late\r\n";
     for (int i = 0; i < 5000; i += 499)
-        lookups << "Ordered|k" + n(100000 + i) + "|" + n(i);
+        lookups << "Ordered|k" + N(100000 + i) + "|" + N(i);
     for (int i = 4999; i > 0; i -= 1250)
-        lookups << "ORDERED|K" + n(100000 + i) + "|" + n(i);
+        lookups << "ORDERED|K" + N(100000 + i) + "|" + N(i);
     for (int i = 0; i < 40; ++i)
-        lookups << "Mixed|" + mixed(i) + (i == 10 ? QByteArray() : "|" + n(i));
+        lookups << "Mixed|" + M(i) + (i == 10 ? QByteArray() : "|" + N(i));
     // The key after the last one found is a later duplicate: the first still wins.
-    lookups << "Mixed|" + mixed(2999) + "|2999"
-            << "Mixed|" + mixed(20) + "|20"
+    lookups << "Mixed|" + M(2999) + "|2999"
+            << "Mixed|" + M(20) + "|20"
             << "Mixed|m3000"
             << "Ordered|k99999";
-    QTest::newRow("big sections") << big << 3 << 8002 << lookups;
+    // Key lists before and after the lookups in their sections.
+    const QByteArrayList lists{"Ordered|*|5000|k100000|k104999", "Mixed|*|2999|m0|" + M(2999)};
+    QTest::newRow("big sections") << big << 3 << 8002 << lists + lookups + lists;
 
     QByteArray many;
     for (int i = 0; i < 2000; ++i)
-        many += "[S" + n(i) + "]\r\nv=" + n(i) + "\r\n";
+        many += "[S" + N(i) + "]\r\nv=" + N(i) + "\r\n";
     QTest::newRow("many sections") << many + "[s500]\r\nv=late\r\n"
                                    << 2001 << 2001
-                                   << QByteArrayList{"s1999|v|1999", "S500|v|500", "s0|v|0", "S2000|v"};
+                                   << QByteArrayList{"S1999|*|1|v|v", "s1999|v|1999", "S500|v|500", "s0|v|0",
+                                                     "S2000|v"};
 }
 
 void TestIni::readLarge() {

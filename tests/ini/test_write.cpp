@@ -172,9 +172,7 @@ void TestIni::interruptedWrite() {
     const auto path = Path("callward.usr");
     const QByteArray old = AccountFile(40);
     Edit edit;
-    edit.Set("DOMAIN\\user17", "MaxSessionTime", "5400")
-        .DeleteSection("domain\\USER3")
-        .Set("+DOMAIN\\Staff", "X", "1");
+    edit.Set("DOMAIN\\user17", "MaxSessionTime", "5400").DeleteSection("domain\\USER3");
     const QByteArray updated = Q(edit.ApplyTo(S(old)));
 
     WriteFile(path, old);
