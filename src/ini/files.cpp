@@ -1,61 +1,26 @@
 #include "ini/inifile.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <limits>
-#include <random>
-#include <system_error>
+#include "ini/fileio.h"
 
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#endif
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <limits>
 
 namespace fs = std::filesystem;
 
 namespace OCL::Ini {
 namespace {
 
+// Each try follows another writer's completed write, so the file system as a whole
+// makes progress; the bound only ends a fight with a writer that never stops.
+constexpr int kMaxAttempts = 1000;
+// Times older than this are settled on any file system.
+constexpr std::int64_t kCoarsestTickNs = 2'000'000'000;
+
 const std::shared_ptr<const Document>& EmptyDocument() {
     static const std::shared_ptr<const Document> empty = Document::Parse({});
     return empty;
-}
-
-bool ReadBytes(const fs::path& path, std::uintmax_t expected, std::string* out) {
-    std::FILE* file = std::fopen(path.string().c_str(), "rb");
-    if (!file)
-        return false;
-    std::string bytes;
-    bytes.resize(std::size_t(expected));
-    std::size_t got = expected ? std::fread(bytes.data(), 1, bytes.size(), file) : 0;
-    bytes.resize(got);
-    // The file may have grown since it was examined; take what is there now.
-    char more[65536];
-    std::size_t n;
-    while ((n = std::fread(more, 1, sizeof more, file)) > 0)
-        bytes.append(more, n);
-    const bool ok = !std::ferror(file);
-    std::fclose(file);
-    if (ok)
-        *out = std::move(bytes);
-    return ok;
-}
-
-std::string TempNameFor(const fs::path& path) {
-    static thread_local std::mt19937_64 random{std::random_device{}()};
-    char suffix[24];
-    std::snprintf(suffix, sizeof suffix, ".%016llx", static_cast<unsigned long long>(random()));
-    // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on the chain of +.
-    std::string name = ".";
-    name += path.filename().string();
-    name += suffix;
-    name += ".cwtmp";
-    return name;
 }
 
 void SetError(std::string* error, const std::string& text) {
@@ -63,70 +28,169 @@ void SetError(std::string* error, const std::string& text) {
         *error = text;
 }
 
-} // namespace
-
-std::optional<FileStamp> StampOf(const fs::path& path) {
-#ifdef _WIN32
-    std::error_code ec;
-    const auto size = fs::file_size(path, ec);
-    if (ec)
-        return std::nullopt;
-    const auto time = fs::last_write_time(path, ec);
-    if (ec)
-        return std::nullopt;
-    FileStamp stamp;
-    stamp.size = size;
-    stamp.modifiedNs = std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
-    return stamp;
-#else
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
-        return std::nullopt;
-    FileStamp stamp;
-    stamp.size = std::uintmax_t(st.st_size);
-    stamp.modifiedNs = std::int64_t(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-    stamp.inode = std::uint64_t(st.st_ino);
-    stamp.device = std::uint64_t(st.st_dev);
-    return stamp;
-#endif
+// Whether bytes read at readNs of a file stamped so can only have changed with the
+// stamp: its last change lies at least one timestamp tick before the read. *tickNs
+// caches the file system's tick (negative: not asked yet).
+bool IsSettled(const fs::path& path, const FileStamp& stamp, std::int64_t readNs, std::int64_t* tickNs) {
+    const std::int64_t age = readNs - std::max(stamp.modifiedNs, stamp.changedNs);
+    if (age >= kCoarsestTickNs)
+        return true;
+    if (age < 0)
+        return false;
+    if (*tickNs < 0)
+        *tickNs = Io::TickNs(path);
+    return age >= *tickNs;
 }
 
-Files::Files(FilesOptions options) : m_options(std::move(options)) {
+// Lookups in a tight run share one look at the file: a system call costs many
+// lookups, and between two lookups that close together on one thread nothing can
+// both change the file and let that thread know of it. A run ends at any engine's
+// write in this process, at a longer step, and after a while in any case.
+constexpr std::int64_t kRunStepNs = 1'000;
+constexpr std::int64_t kRunSpanNs = 1'000'000;
+std::atomic<std::uint64_t> g_writes{0};
+std::atomic<std::uint64_t> g_engines{0};
+
+std::int64_t MonotonicNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// The thread's last lookup. It holds that parse until the thread's next lookup.
+struct LookupRun {
+    std::uint64_t engine = 0;
+    fs::path::string_type path;
+    std::shared_ptr<const Document> document;
+    std::uint64_t writes = 0;
+    std::int64_t checkedNs = 0; // when the file was last looked at
+    std::int64_t lastNs = 0;    // when the run's last lookup began
+};
+thread_local LookupRun t_run;
+
+// Hands the new file's bytes to the file in pieces of one size, reporting each
+// piece to the test hook.
+class Pieces {
+public:
+    Pieces(Io::NewFile& file, const FilesOptions& options, const fs::path& path, std::string* error)
+        : m_file(file), m_options(options), m_path(path), m_error(error) {
+        m_buffer.reserve(options.writeChunk);
+    }
+
+    bool Put(std::string_view bytes) {
+        const std::size_t chunk = m_options.writeChunk;
+        while (!bytes.empty()) {
+            if (m_buffer.empty() && bytes.size() >= chunk) {
+                if (!Out(bytes.substr(0, chunk)))
+                    return false;
+                bytes.remove_prefix(chunk);
+                continue;
+            }
+            const std::size_t take = std::min(bytes.size(), chunk - m_buffer.size());
+            m_buffer.append(bytes.substr(0, take));
+            bytes.remove_prefix(take);
+            if (m_buffer.size() == chunk && !Flush())
+                return false;
+        }
+        return true;
+    }
+
+    bool Flush() {
+        if (m_buffer.empty())
+            return true;
+        const bool ok = Out(m_buffer);
+        m_buffer.clear();
+        return ok;
+    }
+
+    std::size_t Written() const { return m_written; }
+
+private:
+    bool Out(std::string_view piece) {
+        if (!m_file.Write(piece, m_error))
+            return false;
+        m_written += piece.size();
+        if (m_options.failAfter && m_options.failAfter(m_written)) {
+            SetError(m_error, "write of " + m_path.string() + " interrupted");
+            return false;
+        }
+        return true;
+    }
+
+    Io::NewFile& m_file;
+    const FilesOptions& m_options;
+    const fs::path& m_path;
+    std::string* m_error;
+    std::string m_buffer;
+    std::size_t m_written = 0;
+};
+
+} // namespace
+
+Files::Files(FilesOptions options, StampSource stampOf)
+    : m_options(std::move(options)), m_stampOf(std::move(stampOf)), m_id(++g_engines) {
     if (m_options.writeChunk == 0)
         m_options.writeChunk = 1;
 }
 
+std::optional<FileStamp> Files::Stamp(const fs::path& path) const {
+    return m_stampOf ? m_stampOf(path) : StampOf(path);
+}
+
+std::shared_ptr<const Document> Files::Settled(const fs::path& path, const FileStamp& stamp) {
+    std::lock_guard lock(m_mutex);
+    auto it = m_cache.find(path.native());
+    if (it == m_cache.end() || !(it->second.stamp == stamp) ||
+        !IsSettled(path, stamp, it->second.verifiedNs, &it->second.tickNs))
+        return nullptr;
+    it->second.lastUse = ++m_useCounter;
+    return it->second.document;
+}
+
 std::shared_ptr<const Document> Files::Read(const fs::path& path) {
-    const auto stamp = StampOf(path);
-    if (!stamp)
+    const auto stamp = Stamp(path);
+    if (!stamp) {
+        Drop(path);
         return EmptyDocument();
-    const std::string key = path.string();
+    }
+    std::shared_ptr<const Document> young;
     {
         std::lock_guard lock(m_mutex);
-        auto it = m_cache.find(key);
+        auto it = m_cache.find(path.native());
         if (it != m_cache.end() && it->second.stamp == *stamp) {
             it->second.lastUse = ++m_useCounter;
-            return it->second.document;
+            if (IsSettled(path, *stamp, it->second.verifiedNs, &it->second.tickNs))
+                return it->second.document;
+            young = it->second.document;
         }
     }
+    const std::int64_t readNs = Io::NowNs();
+    // A parse too young to trust by its stamp is still good when the bytes agree.
+    if (young && Io::Holds(path, young->Bytes()) && Stamp(path) == stamp) {
+        std::lock_guard lock(m_mutex);
+        auto it = m_cache.find(path.native());
+        if (it != m_cache.end() && it->second.document == young)
+            it->second.verifiedNs = readNs;
+        return young;
+    }
     std::string bytes;
-    if (!ReadBytes(path, stamp->size, &bytes))
+    if (!Io::ReadWhole(path, &bytes))
         return EmptyDocument();
     auto document = Document::Parse(std::move(bytes));
     // Only a parse of a file that did not change while it was read may be reused.
-    const auto after = StampOf(path);
+    const auto after = Stamp(path);
     if (after && *after == *stamp && document->Bytes().size() == stamp->size)
-        Remember(key, *stamp, document);
+        Remember(path, *stamp, document, readNs);
     return document;
 }
 
-void Files::Remember(const std::string& key, const FileStamp& stamp,
-                     std::shared_ptr<const Document> document) {
+void Files::Remember(const fs::path& path, const FileStamp& stamp, std::shared_ptr<const Document> document,
+                     std::int64_t verifiedNs) {
     std::lock_guard lock(m_mutex);
     const std::size_t size = document->Bytes().size();
     if (size > m_options.cacheBytes)
         return;
-    auto it = m_cache.find(key);
+    auto it = m_cache.find(path.native());
     if (it != m_cache.end()) {
         m_cachedBytes -= it->second.document->Bytes().size();
         m_cache.erase(it);
@@ -139,35 +203,60 @@ void Files::Remember(const std::string& key, const FileStamp& stamp,
         m_cachedBytes -= oldest->second.document->Bytes().size();
         m_cache.erase(oldest);
     }
-    m_cache.emplace(key, Cached{stamp, std::move(document), ++m_useCounter});
+    m_cache.emplace(path.native(), Cached{stamp, std::move(document), verifiedNs, -1, ++m_useCounter});
     m_cachedBytes += size;
 }
 
 void Files::Forget() {
+    ++g_writes;
     std::lock_guard lock(m_mutex);
     m_cache.clear();
     m_cachedBytes = 0;
 }
 
 void Files::Forget(const fs::path& path) {
+    ++g_writes;
+    Drop(path);
+}
+
+void Files::Drop(const fs::path& path) {
     std::lock_guard lock(m_mutex);
-    auto it = m_cache.find(path.string());
+    auto it = m_cache.find(path.native());
     if (it == m_cache.end())
         return;
     m_cachedBytes -= it->second.document->Bytes().size();
     m_cache.erase(it);
 }
 
+const Document& Files::LookupRead(const fs::path& path) {
+    const std::int64_t start = MonotonicNs();
+    const std::uint64_t writes = g_writes.load();
+    const bool sameRun = t_run.engine == m_id && t_run.writes == writes &&
+                         start - t_run.lastNs < kRunStepNs && start - t_run.checkedNs < kRunSpanNs &&
+                         t_run.path == path.native();
+    if (sameRun) {
+        t_run.lastNs = start;
+        return *t_run.document;
+    }
+    t_run.document = Read(path);
+    t_run.engine = m_id;
+    t_run.path = path.native();
+    t_run.writes = writes;
+    t_run.checkedNs = start;
+    // A run is counted from the end of the look at the file.
+    t_run.lastNs = MonotonicNs();
+    return *t_run.document;
+}
+
 std::string Files::GetString(const fs::path& path, std::string_view section, std::string_view key,
                              std::string_view defaultValue) {
-    auto found = Read(path)->Find(section, key);
+    const auto found = LookupRead(path).Find(section, key);
     return std::string(found ? *found : defaultValue);
 }
 
 long long Files::GetInt(const fs::path& path, std::string_view section, std::string_view key,
                         long long defaultValue) {
-    auto doc = Read(path);
-    auto found = doc->Find(section, key);
+    const auto found = LookupRead(path).Find(section, key);
     if (!found)
         return defaultValue;
     std::string_view text = *found;
@@ -195,10 +284,10 @@ std::vector<std::string> Files::SectionNames(const fs::path& path) {
 }
 
 std::vector<std::string> Files::KeyNames(const fs::path& path, std::string_view section) {
-    auto doc = Read(path);
     std::vector<std::string> out;
-    for (std::string_view name : doc->KeyNames(section))
-        out.emplace_back(name);
+    Read(path)->ForEachKeyName(
+        section, [&](std::size_t count) { out.reserve(count); },
+        [&](std::string_view name) { out.emplace_back(name); });
     return out;
 }
 
@@ -215,88 +304,83 @@ bool Files::WriteString(const fs::path& path, std::string_view section, std::opt
 }
 
 bool Files::Apply(const fs::path& path, const Edit& edit, std::string* error) {
-    std::lock_guard writing(m_writeMutex);
-    std::string current;
-    const auto stamp = StampOf(path);
-    if (stamp) {
-        if (!ReadBytes(path, stamp->size, &current)) {
-            SetError(error, "cannot read " + path.string() + ": " + std::strerror(errno));
-            return false;
-        }
-    } else {
-        std::error_code ec;
-        if (fs::exists(path, ec) && !ec) {
-            SetError(error, path.string() + " is not a regular file");
-            return false;
-        }
-    }
-    std::string updated = edit.ApplyTo(current);
-    // Nothing to change, or nothing to delete from a file that is not there.
-    if (updated == current && (stamp || updated.empty()))
-        return true;
-    return WriteAll(path, updated, error);
+    return Replace(path, &edit, {}, error);
 }
 
 bool Files::WriteAll(const fs::path& path, std::string_view bytes, std::string* error) {
-    const fs::path dir = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    const fs::path temp = dir / TempNameFor(path);
+    return Replace(path, nullptr, bytes, error);
+}
 
-    std::FILE* file = std::fopen(temp.string().c_str(), "wb");
-    if (!file) {
-        SetError(error, "cannot create " + temp.string() + ": " + std::strerror(errno));
-        return false;
-    }
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const std::size_t piece = std::min(m_options.writeChunk, bytes.size() - written);
-        if (std::fwrite(bytes.data() + written, 1, piece, file) != piece) {
-            SetError(error, "cannot write " + temp.string() + ": " + std::strerror(errno));
-            std::fclose(file);
-            std::remove(temp.string().c_str());
+// The read-modify-write: under the lock, from the bytes the file holds now, and
+// again from the top when a writer that does not lock changed it meanwhile.
+bool Files::Replace(const fs::path& path, const Edit* edit, std::string_view bytes, std::string* error) {
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        Io::Target target;
+        const Io::Target::Result held = target.Lock(path, error);
+        if (held == Io::Target::Result::Failed)
+            return false;
+        if (held == Io::Target::Result::Replaced)
+            continue;
+        const bool exists = held == Io::Target::Result::Locked;
+
+        std::shared_ptr<const Document> document = EmptyDocument();
+        std::optional<FileStamp> stamp;
+        std::int64_t readNs = 0;
+        Edit::PlanPtr plan;
+        if (edit) {
+            if (exists) {
+                stamp = Stamp(path);
+                if (!stamp)
+                    continue;
+                readNs = Io::NowNs();
+                document = Settled(path, *stamp);
+                if (!document) {
+                    std::string current;
+                    if (!target.Read(&current, error))
+                        return false;
+                    document = Document::Parse(std::move(current));
+                }
+            }
+            plan = edit->PlanFor(*document);
+            // Nothing to change, or nothing to delete from a file that is not there.
+            if (!plan)
+                return true;
+        }
+
+        Io::NewFile file;
+        if (!file.Create(path, error))
+            return false;
+        Pieces pieces(file, m_options, path, error);
+        const bool written =
+            plan ? Edit::Write(*plan, [&pieces](std::string_view piece) { return pieces.Put(piece); })
+                 : pieces.Put(bytes);
+        if (!written || !pieces.Flush() || !file.Finish(m_options.sync, target, error))
+            return false;
+        if (m_options.failAfter && m_options.failAfter(pieces.Written() + 1)) {
+            SetError(error, "write of " + path.string() + " interrupted");
             return false;
         }
-        written += piece;
-        if (m_options.crashAfter) {
-            std::fflush(file);
-            if (m_options.crashAfter(written)) {
-                std::fclose(file);
-                SetError(error, "write of " + path.string() + " interrupted");
-                return false;
-            }
+        if (stamp) {
+            // Writers that do not take the lock may have changed the file since it was
+            // read; within one timestamp tick only its bytes can tell.
+            const auto now = Stamp(path);
+            std::int64_t tickNs = -1;
+            if (!now || !(*now == *stamp) ||
+                (!IsSettled(path, *stamp, readNs, &tickNs) && !Io::Holds(path, document->Bytes())))
+                continue;
+        }
+        switch (file.Put(!exists, error)) {
+        case Io::NewFile::Commit::Done:
+            Forget(path); // which also ends lookup runs in this process
+            return true;
+        case Io::NewFile::Commit::Again:
+            continue;
+        case Io::NewFile::Commit::Failed:
+            return false;
         }
     }
-    bool ok = std::fflush(file) == 0;
-#ifndef _WIN32
-    if (ok && m_options.sync)
-        ok = ::fsync(::fileno(file)) == 0;
-#endif
-    ok = (std::fclose(file) == 0) && ok;
-    if (!ok) {
-        SetError(error, "cannot write " + temp.string() + ": " + std::strerror(errno));
-        std::remove(temp.string().c_str());
-        return false;
-    }
-    if (m_options.crashAfter && m_options.crashAfter(bytes.size() + 1)) {
-        SetError(error, "write of " + path.string() + " interrupted");
-        return false;
-    }
-
-    std::error_code ec;
-    const auto perms = fs::status(path, ec).permissions();
-    if (!ec && perms != fs::perms::unknown)
-        fs::permissions(temp, perms, ec);
-    // Stamp our file before it takes the name: once renamed, the path may already
-    // hold another writer's file, whose stamp must not vouch for our bytes.
-    const auto stamp = StampOf(temp);
-    fs::rename(temp, path, ec);
-    if (ec) {
-        SetError(error, "cannot replace " + path.string() + ": " + ec.message());
-        fs::remove(temp, ec);
-        return false;
-    }
-    if (stamp)
-        Remember(path.string(), *stamp, Document::Parse(std::string(bytes)));
-    return true;
+    SetError(error, path.string() + " kept being changed by other writers; it was not written");
+    return false;
 }
 
 } // namespace OCL::Ini
