@@ -38,7 +38,11 @@ bool Predefined(HKEY key) {
     return key == Hkey::LocalMachine || key == Hkey::Users;
 }
 
-LONG Opened(LONG rc, ::HKEY opened, HKEY* result) {
+// Hands out what an open call made of result once the call is done.
+template <typename Call>
+LONG Opened(HKEY* result, Call call) {
+    ::HKEY opened = nullptr;
+    const LONG rc = call(&opened);
     *result = rc == ERROR_SUCCESS ? FromSystem(opened) : nullptr;
     return rc;
 }
@@ -49,23 +53,23 @@ LONG CWinRegistry::Connect(const std::string& machine, HKEY predefined, HKEY* re
     if (!result)
         return ERROR_INVALID_PARAMETER;
     const std::string unc = MachineUnc(machine);
-    ::HKEY opened = nullptr;
-    return Opened(::RegConnectRegistryA(unc.empty() ? nullptr : unc.c_str(), ToSystem(predefined), &opened),
-                  opened, result);
+    return Opened(result, [&](::HKEY* opened) {
+        return ::RegConnectRegistryA(unc.empty() ? nullptr : unc.c_str(), ToSystem(predefined), opened);
+    });
 }
 
 LONG CWinRegistry::OpenKey(HKEY key, const std::string& subKey, HKEY* result) {
     if (!result)
         return ERROR_INVALID_PARAMETER;
-    ::HKEY opened = nullptr;
-    return Opened(::RegOpenKeyA(ToSystem(key), subKey.c_str(), &opened), opened, result);
+    return Opened(result,
+                  [&](::HKEY* opened) { return ::RegOpenKeyA(ToSystem(key), subKey.c_str(), opened); });
 }
 
 LONG CWinRegistry::CreateKey(HKEY key, const std::string& subKey, HKEY* result) {
     if (!result)
         return ERROR_INVALID_PARAMETER;
-    ::HKEY opened = nullptr;
-    return Opened(::RegCreateKeyA(ToSystem(key), subKey.c_str(), &opened), opened, result);
+    return Opened(result,
+                  [&](::HKEY* opened) { return ::RegCreateKeyA(ToSystem(key), subKey.c_str(), opened); });
 }
 
 LONG CWinRegistry::QueryValue(HKEY key, const std::string& name, DWORD* type, BYTE* data, DWORD* size) {
