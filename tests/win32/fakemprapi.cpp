@@ -1,6 +1,6 @@
 // A stand-in for the router administration library MPRAPI.DLL: server "\\SRV"
-// has three ports, one in a session; "\\DOWN", "\\DENIED" and "\\NORRAS" answer
-// what such servers answer.
+// has three ports, COM2 in a session; "\\DOWN", "\\DENIED" and "\\NORRAS"
+// answer what such servers answer.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <mprapi.h>
@@ -12,34 +12,23 @@
 
 namespace {
 
-struct Port {
-    const wchar_t* name;
-    bool connected;
-};
-Port g_ports[] = {{L"COM1", false}, {L"COM2", true}, {L"VPN3", false}};
-constexpr DWORD kPorts = 3;
+const wchar_t* const kPorts[] = {L"COM1", L"COM2", L"VPN3"};
+bool g_connected[] = {false, true, false};
 
 template <typename Record>
 Record* Allocate(LPBYTE* buffer, DWORD count = 1) {
-    auto* records = static_cast<Record*>(std::calloc(count, sizeof(Record)));
-    *buffer = reinterpret_cast<LPBYTE>(records);
-    return records;
+    *buffer = static_cast<LPBYTE>(std::calloc(count, sizeof(Record)));
+    return reinterpret_cast<Record*>(*buffer);
 }
 
 } // namespace
 
 EXPORT DWORD WINAPI MprAdminServerConnect(LPWSTR name, MPR_SERVER_HANDLE* server) {
-    const struct {
-        const wchar_t* name;
-        DWORD rc;
-    } refusals[] = {{L"\\\\DOWN", ERROR_BAD_NETPATH},
-                    {L"\\\\DENIED", ERROR_ACCESS_DENIED},
-                    {L"\\\\NORRAS", RPC_S_SERVER_UNAVAILABLE}};
-    for (const auto& refusal : refusals)
-        if (_wcsicmp(name, refusal.name) == 0)
-            return refusal.rc;
     *server = reinterpret_cast<MPR_SERVER_HANDLE>(1);
-    return NO_ERROR;
+    return !_wcsicmp(name, L"\\\\DOWN")     ? ERROR_BAD_NETPATH
+           : !_wcsicmp(name, L"\\\\DENIED") ? ERROR_ACCESS_DENIED
+           : !_wcsicmp(name, L"\\\\NORRAS") ? RPC_S_SERVER_UNAVAILABLE
+                                            : NO_ERROR;
 }
 
 EXPORT VOID WINAPI MprAdminServerDisconnect(MPR_SERVER_HANDLE) {}
@@ -49,56 +38,41 @@ EXPORT DWORD WINAPI MprAdminBufferFree(LPVOID buffer) {
     return NO_ERROR;
 }
 
-// Two ports a page, so the paging is walked.
+// Two ports a page, so that paging is walked.
 EXPORT DWORD WINAPI MprAdminPortEnum(RAS_SERVER_HANDLE, DWORD, HANDLE, LPBYTE* buffer, DWORD, LPDWORD read,
                                      LPDWORD total, LPDWORD resume) {
-    const DWORD first = *resume, count = first + 2 < kPorts ? 2 : kPorts - first;
+    const DWORD first = *resume, count = first == 0 ? 2 : 1;
     RAS_PORT_0* ports = Allocate<RAS_PORT_0>(buffer, count);
-    for (DWORD i = 0; i < count; ++i) {
-        const Port& port = g_ports[first + i];
-        ports[i].hPort = reinterpret_cast<HANDLE>(INT_PTR(first + i + 1));
-        ports[i].hConnection =
-            port.connected ? reinterpret_cast<HANDLE>(INT_PTR(first + i + 0x100)) : nullptr;
-        ports[i].dwPortCondition = port.connected ? RAS_PORT_AUTHENTICATED : RAS_PORT_LISTENING;
-        wcscpy(ports[i].wszPortName, port.name);
-        wcscpy(ports[i].wszDeviceName, L"Standard 28800 bps Modem");
-        wcscpy(ports[i].wszDeviceType, L"modem");
-        wcscpy(ports[i].wszMediaName, L"rastapi");
+    for (DWORD i = 0, n = first; i < count; ++i, ++n) {
+        ports[i].hPort = reinterpret_cast<HANDLE>(INT_PTR(n + 1));
+        ports[i].hConnection = g_connected[n] ? reinterpret_cast<HANDLE>(INT_PTR(n + 0x100)) : nullptr;
+        ports[i].dwPortCondition = g_connected[n] ? RAS_PORT_AUTHENTICATED : RAS_PORT_LISTENING;
+        wcscpy(ports[i].wszPortName, kPorts[n]);
     }
     *read = count;
-    *total = kPorts;
+    *total = 3;
     *resume = first + count;
-    return *resume < kPorts ? ERROR_MORE_DATA : NO_ERROR;
+    return *resume < 3 ? ERROR_MORE_DATA : NO_ERROR;
 }
 
-EXPORT DWORD WINAPI MprAdminPortGetInfo(RAS_SERVER_HANDLE, DWORD, HANDLE port, LPBYTE* buffer) {
-    RAS_PORT_1* info = Allocate<RAS_PORT_1>(buffer);
-    info->hPort = port;
-    info->dwLineSpeed = 28800;
-    info->dwBytesXmited = 600;
-    info->dwCompressionRatioOut = 40;
-    info->dwBytesRcved = 1000;
-    info->dwCrcErr = 1;
-    info->dwHardwareCondition = RAS_HARDWARE_FAILURE;
+EXPORT DWORD WINAPI MprAdminPortGetInfo(RAS_SERVER_HANDLE, DWORD, HANDLE, LPBYTE* buffer) {
+    // 28800 bps, hardware failed, 600 bytes sent after compression saved 40 %, one CRC error.
+    *Allocate<RAS_PORT_1>(buffer) = {
+        nullptr, nullptr, RAS_HARDWARE_FAILURE, 28800, 600, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 40};
     return NO_ERROR;
 }
 
 EXPORT DWORD WINAPI MprAdminPortDisconnect(RAS_SERVER_HANDLE, HANDLE port) {
-    g_ports[INT_PTR(port) - 1].connected = false;
+    g_connected[INT_PTR(port) - 1] = false;
     return NO_ERROR;
 }
 
+// DOM\alice on WS01 for an hour, from 192.168.1.1, without IPX.
 EXPORT DWORD WINAPI MprAdminConnectionGetInfo(RAS_SERVER_HANDLE, DWORD level, HANDLE, LPBYTE* buffer) {
-    if (level == 0) {
-        RAS_CONNECTION_0* info = Allocate<RAS_CONNECTION_0>(buffer);
-        info->dwConnectDuration = 3600;
-        wcscpy(info->wszUserName, L"alice");
-        wcscpy(info->wszLogonDomain, L"DOM");
-        wcscpy(info->wszRemoteComputer, L"WS01");
-        return NO_ERROR;
-    }
-    RAS_CONNECTION_1* info = Allocate<RAS_CONNECTION_1>(buffer);
-    wcscpy(info->PppInfo.ip.wszRemoteAddress, L"192.168.1.1");
-    info->PppInfo.ipx.dwError = 731; // the protocol is not configured
+    if (level == 0)
+        *Allocate<RAS_CONNECTION_0>(buffer) = {nullptr,  nullptr, 3600,   ROUTER_IF_TYPE_CLIENT, 0, L"",
+                                               L"alice", L"DOM",  L"WS01"};
+    else
+        Allocate<RAS_CONNECTION_1>(buffer)->PppInfo = {{}, {0, L"", L"192.168.1.1"}, {731, L""}, {}};
     return NO_ERROR;
 }

@@ -17,30 +17,20 @@ struct Row {
     ~Row() { g_row.clear(); }
 };
 
-template <typename T>
-std::string Show(const T& value) {
-    if constexpr (std::is_arithmetic_v<T>)
-        return std::to_string(value);
-    else
-        return "\"" + std::string(value) + "\"";
-}
-
 inline bool Check(bool ok, const char* what, int line, const std::string& detail = {}) {
-    if (!ok) {
-        ++g_failures;
+    if (!ok && ++g_failures)
         std::printf("FAIL line %d [%s]: %s %s\n", line, g_row.c_str(), what, detail.c_str());
-    }
     return ok;
 }
 
+// Codes compare by value whatever their signedness; texts are shown quoted.
 template <typename A, typename B>
 bool Equal(const A& actual, const B& expected, const char* what, int line) {
-    bool same;
     if constexpr (std::is_integral_v<A> && std::is_integral_v<B>)
-        same = static_cast<long long>(actual) == static_cast<long long>(expected); // codes are signed and not
+        return Check(static_cast<long long>(actual) == static_cast<long long>(expected), what, line,
+                     std::to_string(actual) + ", expected " + std::to_string(expected));
     else
-        same = actual == expected;
-    return Check(same, what, line, "got " + Show(actual) + ", expected " + Show(expected));
+        return Check(actual == expected, what, line, "\"" + std::string(actual) + "\", expected \"" + expected + "\"");
 }
 
 inline int Result() {
