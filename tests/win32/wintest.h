@@ -30,7 +30,8 @@ bool Equal(const A& actual, const B& expected, const char* what, int line) {
         return Check(static_cast<long long>(actual) == static_cast<long long>(expected), what, line,
                      std::to_string(actual) + ", expected " + std::to_string(expected));
     else
-        return Check(actual == expected, what, line, "\"" + std::string(actual) + "\", expected \"" + expected + "\"");
+        return Check(actual == expected, what, line,
+                     "\"" + std::string(actual) + "\", expected \"" + expected + "\"");
 }
 
 inline int Result() {
