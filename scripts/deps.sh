@@ -1,12 +1,21 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the console needs, and only those missing.
-# Usage: deps.sh [--gui]   (--gui adds what the demo needs without a display)
+# Usage: deps.sh [--gui] [--windows]
+#   --gui      adds what the demo needs without a display
+#   --windows  adds the mingw-w64 cross compiler and Wine for the Windows build and its tests
 set -euo pipefail
 
 packages=(cmake ninja-build g++ qt6-base-dev libgl-dev fonts-dejavu-core)
-if [[ "${1:-}" == "--gui" ]]; then
-    packages+=(xvfb xauth)
-fi
+for option in "$@"; do
+    case "$option" in
+    --gui) packages+=(xvfb xauth) ;;
+    --windows) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
+    *)
+        echo "deps.sh: unknown option $option" >&2
+        exit 2
+        ;;
+    esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,14 +1,12 @@
-// The console's entry point: chooses the site it runs on, switches the trace on
+// The console's entry point: opens the ports it runs on, switches the trace on
 // when asked, and starts the application.
+#include "app/platformchoice.h"
 #include "gui/app/cwadminapp.h"
 #include "gui/app/screenshots.h"
-#include "platform/site/site.h"
 
 #include <QCommandLineParser>
-#include <QDesktopServices>
-#include <QDir>
+#include <QDateTime>
 #include <QTimer>
-#include <QUrl>
 
 #include <memory>
 
@@ -30,10 +28,6 @@ int main(int argc, char** argv) {
         u"The administration console of the Callwarden dial-in tracking service."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption siteOption(u"site"_s,
-                                        u"The site folder to run on (default: $CWADMIN_SITE, else %1)."_s.arg(
-                                            QString::fromStdString(OCL::Site::DefaultSiteDir().string())),
-                                        u"folder"_s);
     const QCommandLineOption traceOption(
         u"trace"_s,
         u"Write the trace to a file (also $CWADMIN_TRACE; \"1\" names the console's own trace file)."_s,
@@ -41,28 +35,12 @@ int main(int argc, char** argv) {
     const QCommandLineOption screenshotOption(
         u"screenshots"_s,
         u"Walk through the main windows, save a picture of each into the folder, then quit."_s, u"folder"_s);
-    parser.addOption(siteOption);
+    AddPlatformOptions(parser);
     parser.addOption(traceOption);
     parser.addOption(screenshotOption);
     parser.process(app);
 
-    QString site = parser.value(siteOption);
-    if (site.isEmpty())
-        site = FromEnvironment("CWADMIN_SITE");
-    if (site.isEmpty())
-        site = QString::fromStdString(OCL::Site::DefaultSiteDir().string());
-
-    OCL::Site::SiteOptions options;
-    options.moduleFolder = QCoreApplication::applicationDirPath().toStdString();
-    options.opener = [](const std::string& target) {
-        const QString text = QString::fromStdString(target);
-        const QUrl url = text.contains(u"://"_s)
-                             ? QUrl(text)
-                             : QUrl::fromLocalFile(QDir::current().absoluteFilePath(text));
-        QDesktopServices::openUrl(url);
-    };
-    std::unique_ptr<OCL::Platform> platform =
-        OCL::Site::OpenSite(QDir(site).absolutePath().toStdString(), options);
+    std::unique_ptr<OCL::Platform> platform = OpenPlatform(parser);
 
     QString traceTarget = parser.value(traceOption);
     if (traceTarget.isEmpty())
