@@ -74,7 +74,7 @@ public:
     bool Create(const std::filesystem::path& target, std::string* error);
     bool Write(std::string_view bytes, std::string* error);
     // Flushes, optionally to the disk, and takes the target's permissions.
-    bool Finish(bool sync, const Target& like, std::string* error);
+    bool Finish(bool sync, Target& like, std::string* error);
     // Puts the new file in the target's place. With mustBeNew, only while there is
     // still no file of that name.
     Commit Put(bool mustBeNew, std::string* error);

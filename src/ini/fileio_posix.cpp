@@ -274,7 +274,7 @@ bool NewFile::Write(std::string_view bytes, std::string* error) {
     return true;
 }
 
-bool NewFile::Finish(bool sync, const Target& like, std::string* error) {
+bool NewFile::Finish(bool sync, Target& like, std::string* error) {
     if (sync && ::fsync(m_fd) != 0) {
         SetError(error, Reason("cannot write", m_target));
         return false;

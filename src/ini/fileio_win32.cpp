@@ -256,7 +256,12 @@ bool NewFile::Write(std::string_view bytes, std::string* error) {
     return true;
 }
 
-bool NewFile::Finish(bool sync, const Target&, std::string* error) {
+bool NewFile::Finish(bool sync, Target& like, std::string* error) {
+    // Holding the old file open would only keep the new one from taking its name:
+    // there is no lock to keep on this system.
+    if (like.m_handle)
+        ::CloseHandle(static_cast<HANDLE>(like.m_handle));
+    like.m_handle = nullptr;
     // The new file takes its folder's permissions, as the old one did.
     const HANDLE handle = static_cast<HANDLE>(m_handle);
     m_handle = nullptr;
@@ -270,11 +275,20 @@ bool NewFile::Finish(bool sync, const Target&, std::string* error) {
 }
 
 NewFile::Commit NewFile::Put(bool mustBeNew, std::string* error) {
-    if (::MoveFileExW(m_temp.c_str(), m_target.c_str(), mustBeNew ? 0 : MOVEFILE_REPLACE_EXISTING)) {
-        m_temp.clear();
-        return Commit::Done;
+    // A reader that holds the old file open without sharing its deletion (the
+    // service, an editor, a virus scanner) blocks the replace for a moment: try
+    // again for about two seconds before giving up with the old file intact.
+    DWORD code = ERROR_SUCCESS;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (::MoveFileExW(m_temp.c_str(), m_target.c_str(), mustBeNew ? 0 : MOVEFILE_REPLACE_EXISTING)) {
+            m_temp.clear();
+            return Commit::Done;
+        }
+        code = ::GetLastError();
+        if (code != ERROR_ACCESS_DENIED && code != ERROR_SHARING_VIOLATION && code != ERROR_LOCK_VIOLATION)
+            break;
+        ::Sleep(20);
     }
-    const DWORD code = ::GetLastError();
     if (mustBeNew && (code == ERROR_ALREADY_EXISTS || code == ERROR_FILE_EXISTS))
         return Commit::Again;
     SetError(error, Reason("cannot replace", m_target, code));
