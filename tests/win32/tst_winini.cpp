@@ -52,6 +52,10 @@ int main(int argc, char** argv) {
     } corpus[] = {
         {"CRLF and LF line ends", "[A]\r\nk1=v1\nk2=v2\r\n[B]\nk=v\n", {}},
         {"no final line end", "[A]\r\nk=v", {}},
+        {"lone CR", "[A]\rk1=v1\r[B]\r\nk=v\r", {}},
+        {"byte-order mark", "\xEF\xBB\xBF[A]\r\nk=v\r\n", {}},
+        {"names asked for with blanks", "[Sec]\r\nkey=v\r\n", {{" Sec ", " key "}}},
+        {"line without '='", "[W]\r\nbare\r\nk=v\r\n", {{"W", "bare"}}},
         {"blanks around names and values",
          "[ Sec ]\r\n  key  =  value  \r\n\tk2\t=\tv2\t\r\nmy key = my value\r\n",
          {{"Sec", "KEY"}}},
