@@ -46,9 +46,12 @@ int main(int argc, char** argv) {
             PrintUsage(stdout);
             return CtlExit::Done;
         }
-        if (option != u"--site"_s || args.isEmpty())
+        if (option.startsWith(u"--site="_s))
+            site = option.mid(7);
+        else if (option == u"--site"_s && !args.isEmpty())
+            site = args.takeFirst();
+        else
             return CtlFail(u"unknown option %1"_s.arg(option), CtlExit::BadArguments);
-        site = args.takeFirst();
     }
     if (args.isEmpty())
         return CtlFail(u"no command given"_s, CtlExit::BadArguments);

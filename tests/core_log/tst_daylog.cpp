@@ -279,7 +279,12 @@ void TestDayLog::sameAsKeyByKey() {
     files.Forget();
     std::string read;
     QVERIFY(CDayReader::ReadFile(path, &read));
-    QCOMPARE(Describe(*CDayReader::Parse(std::move(read))), ReadKeyByKey(files, path));
+    const QStringList expected = ReadKeyByKey(files, path);
+    QCOMPARE(Describe(*CDayReader::Parse(read, {}, 0)), expected);
+    // Read in two parts, split at every line start.
+    for (std::size_t at = 1; at < read.size(); ++at)
+        if (read[at - 1] == '\n')
+            QCOMPARE(Describe(*CDayReader::Parse(read, {}, at)), expected);
 }
 
 QTEST_GUILESS_MAIN(TestDayLog)

@@ -13,6 +13,7 @@
 #include <QThread>
 
 #include <chrono>
+#include <new>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -132,12 +133,17 @@ bool CCwadminDoc::LoadLogRecords(int keepPath) {
     CSectionStatus status;
     std::shared_ptr<CLogStore> loaded;
     CDayReader::Stamp stamp{size, time};
+    bool outOfMemory = false;
     auto work = [&](const CDayReader::SectionSeen& seen) {
         std::string bytes;
-        // A missing or unreadable file is a day without events.
-        if (reachable && CDayReader::ReadFile(local, &bytes, &stamp)) {
-            loaded = CDayReader::Parse(std::move(bytes), seen);
-        } else {
+        try {
+            // A missing or unreadable file is a day without events.
+            if (reachable && CDayReader::ReadFile(local, &bytes, &stamp))
+                loaded = CDayReader::Parse(std::move(bytes), seen);
+        } catch (const std::bad_alloc&) {
+            outOfMemory = true;
+        }
+        if (!loaded) {
             loaded = std::make_shared<CLogStore>();
             loaded->Finish();
         }
@@ -166,6 +172,12 @@ bool CCwadminDoc::LoadLogRecords(int keepPath) {
     m_logRecords = std::move(loaded);
     m_loadedLogTime = stamp.modified;
     m_loadedLogSize = stamp.size;
+    if (outOfMemory) {
+        // Not remembered as loaded, so the next load tries again.
+        m_loadedLogFile.clear();
+        m_env.Prompter().Message(u"Not enough memory to load the log %1."_s.arg(path), {},
+                                 OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
+    }
 
     SetStatus(u"Ready"_s);
     m_waitProgressDraw->Set();

@@ -10,6 +10,7 @@ CLogStore::CLogStore() {
     m_info.push_back('\0');
     m_counters.push_back({-1, -1});
     m_addresses.push_back({0, 0});
+    m_addressIndex.emplace(0, 0);
 }
 
 std::uint32_t CLogStore::AddChannel(std::string_view server, std::string_view port) {
@@ -32,27 +33,70 @@ void CLogStore::Add(std::uint32_t channel, std::int32_t time, const CwLog::LogVa
     e.action = std::int8_t(value.action);
     if (value.action != CwLog::Unknown)
         e.user = m_users.Intern(value.user);
-    if (!value.ipx.empty() || !value.netbios.empty()) {
-        const std::uint32_t ipx = m_ipx.Intern(value.ipx);
-        const std::uint32_t netbios = m_netbios.Intern(value.netbios);
-        const auto [it, added] = m_addressIndex.try_emplace((std::uint64_t(ipx) << 32) | netbios,
-                                                            std::uint32_t(m_addresses.size()));
-        if (added)
-            m_addresses.push_back({ipx, netbios});
-        e.address = it->second;
-    }
+    if (!value.ipx.empty() || !value.netbios.empty())
+        e.address = AddressId(m_ipx.Intern(value.ipx), m_netbios.Intern(value.netbios));
     if (value.bytesIn != -1 || value.bytesOut != -1) {
         e.counters = std::uint32_t(m_counters.size());
         m_counters.push_back({value.bytesIn, value.bytesOut});
     }
-    if (!value.info.empty()) {
-        // The parse cuts the text to its width, so its length fits the prefix byte.
-        const std::size_t length = std::min<std::size_t>(value.info.size(), CwLog::kInfoChars);
-        e.info = std::uint32_t(m_info.size());
-        m_info.push_back(char(length));
-        m_info.append(value.info.data(), length);
-    }
+    if (!value.info.empty())
+        e.info = AddInfo(value.info);
     m_events.push_back(e);
+}
+
+std::uint32_t CLogStore::AddressId(std::uint32_t ipx, std::uint32_t netbios) {
+    const auto [it, added] =
+        m_addressIndex.try_emplace((std::uint64_t(ipx) << 32) | netbios, std::uint32_t(m_addresses.size()));
+    if (added)
+        m_addresses.push_back({ipx, netbios});
+    return it->second;
+}
+
+std::uint32_t CLogStore::AddInfo(std::string_view text) {
+    // The parse cuts the text to its width, so its length fits the prefix byte.
+    const std::size_t length = std::min<std::size_t>(text.size(), CwLog::kInfoChars);
+    const auto offset = std::uint32_t(m_info.size());
+    m_info.push_back(char(length));
+    m_info.append(text.data(), length);
+    return offset;
+}
+
+void CLogStore::Append(const CLogStore& other,
+                       const std::vector<std::pair<std::size_t, std::size_t>>& ranges) {
+    constexpr std::uint32_t kNew = ~std::uint32_t(0);
+    // Each of other's ids is looked up once.
+    std::vector<std::uint32_t> channels(other.m_channels.size(), kNew), users(other.m_users.Count(), kNew),
+        addresses(other.m_addresses.size(), kNew);
+    std::size_t total = m_events.size();
+    for (const auto& [begin, end] : ranges)
+        total += end - begin;
+    m_events.reserve(total);
+    for (const auto& [begin, end] : ranges) {
+        for (std::size_t i = begin; i < end; ++i) {
+            Event e = other.m_events[i];
+            if (channels[e.channel] == kNew) {
+                const Channel& c = other.m_channels[e.channel];
+                channels[e.channel] = AddChannel(other.m_servers.Text(c.server), other.m_ports.Text(c.port));
+            }
+            if (users[e.user] == kNew)
+                users[e.user] = m_users.Intern(other.m_users.Text(e.user));
+            if (addresses[e.address] == kNew) {
+                const Address& a = other.m_addresses[e.address];
+                addresses[e.address] = AddressId(m_ipx.Intern(other.m_ipx.Text(a.ipx)),
+                                                 m_netbios.Intern(other.m_netbios.Text(a.netbios)));
+            }
+            if (e.counters != 0) {
+                m_counters.push_back(other.m_counters[e.counters]);
+                e.counters = std::uint32_t(m_counters.size() - 1);
+            }
+            if (e.info != 0)
+                e.info = AddInfo(other.InfoBytes(e));
+            e.channel = channels[e.channel];
+            e.user = users[e.user];
+            e.address = addresses[e.address];
+            m_events.push_back(e);
+        }
+    }
 }
 
 void CLogStore::ShiftTimes(const QString& server, std::int64_t seconds) {
