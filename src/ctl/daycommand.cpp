@@ -114,8 +114,7 @@ int RunDay(const QString& site, const QStringList& args) {
     CLogModel model;
     // 0 shows every column, as in the console's setting.
     model.SetColumns(mask != 0 ? mask : doc.m_historyColumns);
-    model.SetFormat(
-        {[&doc](qint64 time) { return doc.TimeToLocalString(time, false, 0); }, doc.m_showSeconds != 0});
+    model.SetFormat(doc.LogCellFormat());
     model.Fill(doc.LogRecords(), filter);
 
     QFile out;

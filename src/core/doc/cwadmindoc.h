@@ -20,6 +20,7 @@
 #include <vector>
 
 class CLogStore;
+struct CLogCellFormat;
 class CServicePipeClient;
 
 namespace ViewMode {
@@ -127,6 +128,9 @@ public:
     // The records of the last load; never null.
     std::shared_ptr<const CLogStore> LogRecords() const { return m_logRecords; }
     bool LogLoading() const { return m_logLoading; }
+    // How the log's cells are written: times by TimeToLocalString without the
+    // date, durations as "TimeFormatSeconds" says.
+    CLogCellFormat LogCellFormat() const;
     QString m_currentLogFile;
 
     // Port and account operations over the RAS access layer.

@@ -4,6 +4,7 @@
 
 #include "core/app/ansitext.h"
 #include "core/log/dayreader.h"
+#include "core/log/logtexts.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -57,6 +58,10 @@ std::shared_ptr<const CLogStore> CCwadminDoc::EmptyLog() {
         return store;
     }();
     return empty;
+}
+
+CLogCellFormat CCwadminDoc::LogCellFormat() const {
+    return {[this](qint64 time) { return TimeToLocalString(time, false, 0); }, m_showSeconds != 0};
 }
 
 QString CCwadminDoc::CreateCurrentFileName() {
