@@ -24,8 +24,11 @@ bool Skipped(std::string_view text) {
 // names. Per section, so it stays small and in the cache.
 class CSeenKeys {
 public:
-    void Reset() {
-        m_slots.assign(64, {});
+    void Reset(std::size_t keys) {
+        std::size_t size = 16;
+        while (size < keys * 2)
+            size *= 2;
+        m_slots.assign(size, {});
         m_used = 0;
     }
     // False when a key of that name was seen before.
@@ -86,7 +89,7 @@ public:
                 continue;
             m_state = State::NotStarted;
             m_name = name;
-            m_keys.Reset();
+            m_keys.Reset(document.KeyCount(s));
             m_runs.push_back({std::move(folded), m_store.Count(), m_store.Count()});
             WalkKeys(document, s);
         }
