@@ -7,8 +7,7 @@
 // parse decides what is a section, a key and a value; duplicate sections and
 // keys count once, the first one winning, as lookups by name do.
 //
-// Runs on any thread; a callback reports each section as it is read (from
-// either of the threads reading the parts, one call at a time).
+// Runs on any thread; a callback reports each section as it is read.
 
 #include "core/log/logstore.h"
 
@@ -35,14 +34,6 @@ public:
     // service can rewrite it meanwhile. False when it cannot be read.
     static bool ReadFile(const std::filesystem::path& path, std::string* bytes, Stamp* stamp = nullptr);
 
-    // The events of a day log's bytes, finished. A large day is read in two
-    // parts at once, split at a line start near its middle: the parts are
-    // parsed and walked in parallel, the lines of the second part that come
-    // before its first section are read as the first part's last section, and
-    // the second part's events follow the first's with their names interned
-    // anew. splitAt forces the split at the first line start from there (0:
-    // never split); the result is the same wherever the split falls.
-    static constexpr std::size_t kSplitAuto = ~std::size_t(0);
-    static std::unique_ptr<CLogStore> Parse(std::string bytes, const SectionSeen& seen = {},
-                                            std::size_t splitAt = kSplitAuto);
+    // The events of a day log's bytes, finished.
+    static std::unique_ptr<CLogStore> Parse(std::string bytes, const SectionSeen& seen = {});
 };

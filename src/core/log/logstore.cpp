@@ -61,44 +61,6 @@ std::uint32_t CLogStore::AddInfo(std::string_view text) {
     return offset;
 }
 
-void CLogStore::Append(const CLogStore& other,
-                       const std::vector<std::pair<std::size_t, std::size_t>>& ranges) {
-    constexpr std::uint32_t kNew = ~std::uint32_t(0);
-    // Each of other's ids is looked up once.
-    std::vector<std::uint32_t> channels(other.m_channels.size(), kNew), users(other.m_users.Count(), kNew),
-        addresses(other.m_addresses.size(), kNew);
-    std::size_t total = m_events.size();
-    for (const auto& [begin, end] : ranges)
-        total += end - begin;
-    m_events.reserve(total);
-    for (const auto& [begin, end] : ranges) {
-        for (std::size_t i = begin; i < end; ++i) {
-            Event e = other.m_events[i];
-            if (channels[e.channel] == kNew) {
-                const Channel& c = other.m_channels[e.channel];
-                channels[e.channel] = AddChannel(other.m_servers.Text(c.server), other.m_ports.Text(c.port));
-            }
-            if (users[e.user] == kNew)
-                users[e.user] = m_users.Intern(other.m_users.Text(e.user));
-            if (addresses[e.address] == kNew) {
-                const Address& a = other.m_addresses[e.address];
-                addresses[e.address] = AddressId(m_ipx.Intern(other.m_ipx.Text(a.ipx)),
-                                                 m_netbios.Intern(other.m_netbios.Text(a.netbios)));
-            }
-            if (e.counters != 0) {
-                m_counters.push_back(other.m_counters[e.counters]);
-                e.counters = std::uint32_t(m_counters.size() - 1);
-            }
-            if (e.info != 0)
-                e.info = AddInfo(other.InfoBytes(e));
-            e.channel = channels[e.channel];
-            e.user = users[e.user];
-            e.address = addresses[e.address];
-            m_events.push_back(e);
-        }
-    }
-}
-
 void CLogStore::ShiftTimes(const QString& server, std::int64_t seconds) {
     for (Channel& channel : m_channels)
         if (CAnsi::ToQString(m_servers.Text(channel.server)).compare(server, Qt::CaseInsensitive) == 0)

@@ -61,9 +61,6 @@ public:
     // The id of a section's server and port (cut to their widths already).
     std::uint32_t AddChannel(std::string_view server, std::string_view port);
     void Add(std::uint32_t channel, std::int32_t time, const CwLog::LogValue& value);
-    // Appends the events of other in the given ranges, its names interned
-    // into this store's tables (a day read in parts is put together so).
-    void Append(const CLogStore& other, const std::vector<std::pair<std::size_t, std::size_t>>& ranges);
     // Moves the times of every event whose server is server (compared without
     // regard to case) by seconds.
     void ShiftTimes(const QString& server, std::int64_t seconds);
