@@ -19,6 +19,8 @@
 #include <memory>
 #include <vector>
 
+class CLogStore;
+struct CLogCellFormat;
 class CServicePipeClient;
 
 namespace ViewMode {
@@ -112,6 +114,27 @@ public:
     int ShownMonth() const { return m_month; }
     int ShownDay() const { return m_day; }
 
+    // The shown day's log (doclog.cpp). Paths are as the console names them,
+    // under the master's share: "<share>\LogData\yyyy-MMM-dd.log".
+    QString CreateCurrentFileName();
+    QString CreateLogFileName(qint64 time) const;
+    // Modification time (seconds since 1970) and size; 0 when the file cannot be examined.
+    qint64 GetDataOfFile(const QString& path) const;
+    qint64 GetSizeOfFile(const QString& path) const;
+    // Loads the current log file (keepPath 0: the shown day's; 1: the path the
+    // caller put in m_currentLogFile), unless path, time and size are those of
+    // the last load. The file is parsed on a worker thread while this thread
+    // keeps painting (user input waits); the records change in one step at the
+    // end. False, without loading, when called while a load is running.
+    bool LoadLogRecords(int keepPath);
+    // The records of the last load; never null.
+    std::shared_ptr<const CLogStore> LogRecords() const { return m_logRecords; }
+    bool LogLoading() const { return m_logLoading; }
+    // How the log's cells are written: times by TimeToLocalString without the
+    // date, durations as "TimeFormatSeconds" says.
+    CLogCellFormat LogCellFormat() const;
+    QString m_currentLogFile;
+
     // Port and account operations over the RAS access layer.
     BOOL Update_ServerPortDataTemp(int serverIndex, const QString& portName);
     int GetUserRASPrivs(const QString& server, const QString& user);
@@ -158,6 +181,13 @@ private:
     int m_year = 0;
     int m_month = 0;
     int m_day = 0;
+    // The log last loaded, for the reload test.
+    static std::shared_ptr<const CLogStore> EmptyLog();
+    std::shared_ptr<const CLogStore> m_logRecords = EmptyLog();
+    QString m_loadedLogFile;
+    qint64 m_loadedLogTime = 0;
+    qint64 m_loadedLogSize = 0;
+    bool m_logLoading = false;
 };
 
 // The status-bar busy block: 25 pixels wide, from 24 pixels left of the pane,

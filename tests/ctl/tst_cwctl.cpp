@@ -1,0 +1,117 @@
+// cwctl over a test site: exit codes, and its output read back by the rules
+// of each format (the log view's unquoted CSV, JSON lines).
+#include "support/testconsole.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+class TestCwctl : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void exitCodes_data();
+    void exitCodes();
+    void csv();
+    void jsonLines();
+
+private:
+    QByteArray Run(const QStringList& args, int* exitCode);
+
+    std::unique_ptr<CTestConsole> m_console;
+};
+
+void TestCwctl::initTestCase() {
+    m_console = std::make_unique<CTestConsole>([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"PDC1"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        CTestConsole::AddServer(w, u"SRV2"_s, u"RAS"_s, u"4.0"_s, 1, false, u"PDC1"_s);
+        w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"LogData\\2026-Nov-23.log"_s,
+                         "[PDC1\\COM1]\r\n1795392000=H3725_CORP\\alice?3232235777?9:IPX1:WS01:999:2000\r\n"
+                         "1795392100=C_CORP\\j\xF6rg*say \"hi\"\r\n[SRV2\\COM1]\r\n1795392200=N_carol?4\r\n");
+    });
+}
+
+QByteArray TestCwctl::Run(const QStringList& args, int* exitCode) {
+    QProcess process;
+    process.start(QStringLiteral(CW_BIN_DIR) + u"/cwctl"_s, args);
+    [&] {
+        QVERIFY(process.waitForFinished(60000));
+    }();
+    *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return process.readAllStandardOutput();
+}
+
+void TestCwctl::exitCodes_data() {
+    QTest::addColumn<QString>("site"); // below the test site's folder
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("code");
+    QTest::newRow("no command") << QString() << QStringList{} << 2;
+    QTest::newRow("no such date") << QString() << QStringList{u"day"_s, u"2026-02-30"_s} << 2;
+    QTest::newRow("port without server")
+        << QString() << QStringList{u"day"_s, u"2026-11-23"_s, u"--port"_s, u"COM1"_s} << 2;
+    QTest::newRow("two filters") << QString() << QStringList{u"day"_s, u"2026-11-23"_s, u"--server"_s,
+                                                             u"A"_s,   u"--domain"_s,   u"B"_s}
+                                 << 2;
+    QTest::newRow("bad format") << QString()
+                                << QStringList{u"day"_s, u"2026-11-23"_s, u"--format"_s, u"xml"_s} << 2;
+    QTest::newRow("no site") << u"/missing"_s << QStringList{u"day"_s, u"2026-11-23"_s} << 1;
+    QTest::newRow("day without log") << QString() << QStringList{u"day"_s, u"2026-11-24"_s} << 1;
+    QTest::newRow("done") << QString() << QStringList{u"day"_s, u"2026-11-23"_s} << 0;
+}
+
+void TestCwctl::exitCodes() {
+    QFETCH(QString, site);
+    QFETCH(QStringList, args);
+    QFETCH(int, code);
+    int exitCode = -2;
+    Run(QStringList{u"--site"_s, m_console->Root() + site} + args, &exitCode);
+    QCOMPARE(exitCode, code);
+}
+
+void TestCwctl::csv() {
+    int exitCode = -1;
+    // Server, User, Lasted and Bytes In; the time always comes first.
+    const QByteArray out = Run({u"--site"_s, m_console->Root(), u"day"_s, u"2026-11-23"_s, u"--server"_s,
+                                u"pdc1"_s, u"--columns"_s, u"0x622"_s},
+                               &exitCode);
+    QCOMPARE(exitCode, 0);
+    QList<QByteArray> lines = out.split('\n');
+    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.takeLast(), QByteArray());
+    QCOMPARE(lines[0], QByteArray("Time/Date,Server,User,Lasted,Bytes In\r"));
+    // The time's text is the locale's; every other cell is known.
+    QCOMPARE(lines[1].split(',').mid(1), (QList<QByteArray>{"PDC1", "CORP\\alice", "1\"02'05", "999", "\r"}));
+    QCOMPARE(lines[2].split(',').mid(1), (QList<QByteArray>{"PDC1", "CORP\\j\xF6rg", " ", " ", "\r"}));
+}
+
+void TestCwctl::jsonLines() {
+    int exitCode = -1;
+    const QByteArray out = Run(
+        {u"--site"_s, m_console->Root(), u"day"_s, u"2026-11-23"_s, u"--format"_s, u"jsonl"_s}, &exitCode);
+    QCOMPARE(exitCode, 0);
+    const QList<QByteArray> lines = out.trimmed().split('\n');
+    QCOMPARE(lines.size(), 3);
+    QList<QJsonObject> events;
+    for (const QByteArray& line : lines) {
+        QJsonParseError error{};
+        events << QJsonDocument::fromJson(line, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+    }
+    const QJsonObject expected =
+        QJsonDocument::fromJson(
+            R"({"server": "PDC1", "port": "COM1", "user": "CORP\\alice", "time": 1795392000, "lasted": 3725,
+            "action": 0, "ipAddress": 3232235777, "reason": 9, "ipx": "IPX1", "netbios": "WS01",
+            "bytesIn": 999, "bytesOut": 2000, "info": ""})")
+            .object();
+    QCOMPARE(events[0], expected);
+    QCOMPARE(events[1][u"user"_s].toString(), u"CORP\\j\u00F6rg"_s);
+    QCOMPARE(events[1][u"info"_s].toString(), u"say \"hi\""_s);
+    QCOMPARE(events[2][u"server"_s].toString(), u"SRV2"_s);
+    QCOMPARE(events[2][u"reason"_s].toInt(), 4);
+}
+
+QTEST_GUILESS_MAIN(TestCwctl)
+#include "tst_cwctl.moc"
