@@ -257,6 +257,7 @@ void TestDayLog::sameAsKeyByKey_data() {
         "[A\\1]\r\n1=C_x\r\n1=C_dup\r\n[B\\2]\r\n2=C_y\r\n[a\\1]\r\n3=C_later\r\n[B\\2]\r\n4=C_z\r\n");
     QTest::newRow("quotes, blanks, comments") << QByteArray(
         "junk before\r\n[ A\\1 ]\r\n ; note\r\n 5 = \"C_q*x\" \r\n6=\"\"\r\n7= *skip\r\n\r\n8=C_ok");
+    QTest::newRow("line without '=' hides its name") << QByteArray("[A\\1]\r\n5\r\n5=C_x\r\n6=C_y\r\n");
     QTest::newRow("first key skipped") << QByteArray("[A\\1]\r\n*=C_x\r\n2=C_y\r\n[B\\1]\r\n3=C_z\r\n");
     QTest::newRow("first section skipped") << QByteArray("[*A]\r\n1=C_x\r\n[B\\1]\r\n2=C_y\r\n");
     QTest::newRow("damaged lines") << QByteArray(

@@ -72,7 +72,10 @@ bool CDayReader::ReadFile(const std::filesystem::path& path, std::string* bytes,
 std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSeen& seen) {
     auto store = std::make_unique<CLogStore>();
     const auto document = OCL::Ini::Document::Parse(std::move(bytes));
-    store->Reserve(document->Keys().size());
+    std::size_t lines = 0;
+    for (std::size_t s = 0; s < document->SectionCount(); ++s)
+        lines += document->KeyCount(s);
+    store->Reserve(lines);
 
     const std::vector<std::string_view> sections = document->SectionNames();
     if (sections.empty() || Skipped(sections.front())) {
@@ -84,7 +87,11 @@ std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSee
         // Every lookup by this name lands in its first section.
         const std::size_t s = *document->FindSection(name);
         const std::size_t count = document->KeyCount(s);
-        if (count == 0 || Skipped(document->KeyName(s, 0)))
+        // The key list leaves out lines without '='.
+        std::size_t first = 0;
+        while (first < count && !document->HasValue(s, first))
+            ++first;
+        if (first == count || Skipped(document->KeyName(s, first)))
             continue;
         if (seen)
             seen(name);
@@ -93,7 +100,9 @@ std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSee
         keys.Reset(count);
         for (std::size_t k = 0; k < count; ++k) {
             const std::string_view key = document->KeyName(s, k);
-            if (!keys.Insert(key))
+            // A line without '=' hides later keys of its name: their lookup answers
+            // the default, which is skipped.
+            if (!keys.Insert(key) || !document->HasValue(s, k))
                 continue;
             const std::string_view value = document->Value(s, k);
             if (Skipped(value))
