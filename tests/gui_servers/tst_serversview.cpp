@@ -18,10 +18,13 @@ using namespace GuiTest;
 
 namespace {
 
+// Their places in the server list.
+constexpr std::size_t kAlpha = 0, kBravo = 1;
+
 void ThreeServers(CSiteWriter& writer) {
     CTestConsole::AddServer(writer, u"ALPHA"_s, u"RAS"_s, u"4.0"_s, 2, true);
     CTestConsole::AddServer(writer, u"BRAVO"_s, u"RAS"_s, u"4.0"_s, 3, false, u"ALPHA"_s);
-    CTestConsole::AddServer(writer, u"CHARLIE"_s, u"RAS"_s, u"4.0"_s, 1, false, u"ALPHA"_s);
+    CTestConsole::AddServer(writer, u"CHARLIE"_s, u"RAS"_s, u"4.0"_s, 0, false, u"ALPHA"_s);
 }
 
 // Each row from the top as "name ports busy image".
@@ -40,10 +43,6 @@ void SelectRow(CServersView& view, const QString& name) {
     view.List()->setCurrentIndex(view.Model()->index(view.FindServer(name), 0));
 }
 
-std::size_t IndexOf(CTestConsole& console, const QString& name) {
-    return std::size_t(console.Doc().GetServerNumberByName(name));
-}
-
 } // namespace
 
 class TestServersView : public QObject {
@@ -52,8 +51,10 @@ class TestServersView : public QObject {
 private slots:
     void initTestCase() { IsolateSettings("gui_servers"); }
 
-    // Each server is put at the top in list order, so the rows run backwards;
-    // a server gone from the list loses its row at the next rebuild.
+    // Each server is put at the top in list order, so the rows run backwards,
+    // and keeps its place; counts are "n/a" until read (none is "0"); a server
+    // gone from the list loses its row at the next rebuild. Refresh asks for
+    // every server's data and says "Ready".
     void rowsFollowTheServerList() {
         CTestConsole console(ThreeServers);
         CServersView view(console.Doc(), Frame(console));
@@ -61,67 +62,34 @@ private slots:
         view.OnInitialUpdate();
         QCOMPARE(Rows(view),
                  (QStringList{u"CHARLIE n/a n/a 1"_s, u"BRAVO n/a n/a 1"_s, u"ALPHA n/a n/a 1"_s}));
-        QVERIFY(console.FetchAll());
-        QCOMPARE(Rows(view), (QStringList{u"CHARLIE 1 0 2"_s, u"BRAVO 3 0 2"_s, u"ALPHA 2 0 2"_s}));
+        Frame(console).SetStatus(u"busy"_s);
+        console.Doc().UpdateAllViews(nullptr, Hint::UPDATE_NEW_USERS);
+        QCOMPARE(Frame(console).StatusText(), u"Ready"_s);
+        QTRY_COMPARE(Rows(view), (QStringList{u"CHARLIE 0 0 2"_s, u"BRAVO 3 0 2"_s, u"ALPHA 2 0 2"_s}));
+        QTRY_VERIFY(!console.Doc().Servers().FetchRunning());
 
-        QVERIFY(console.Doc().Servers().AddServer(u"DELTA"_s));
-        console.Doc().Servers().DelServer(u"BRAVO"_s);
-        console.Doc().UpdateAllViews(nullptr, Hint::ServerListChanged);
-        QCOMPARE(Rows(view), (QStringList{u"DELTA n/a n/a 1"_s, u"CHARLIE 1 0 2"_s, u"ALPHA 2 0 2"_s}));
-    }
-
-    void countTexts_data() {
-        QTest::addColumn<quint32>("ports");
-        QTest::addColumn<quint32>("busy");
-        QTest::addColumn<QString>("row");
-        QTest::newRow("never read") << 666u << 666u << u"X n/a n/a 2"_s;
-        QTest::newRow("ports unknown, busy known") << 666u << 2u << u"X n/a n/a 2"_s;
-        QTest::newRow("counts") << 16u << 5u << u"X 16 5 2"_s;
-        QTest::newRow("no ports") << 0u << 0u << u"X 0 0 2"_s;
-    }
-
-    // A known server keeps its row and its place.
-    void countTexts() {
-        QFETCH(quint32, ports);
-        QFETCH(quint32, busy);
-        QFETCH(QString, row);
-        CTestConsole console;
-        CServersView view(console.Doc(), Frame(console));
-        CServer x(u"X"_s), y(u"Y"_s);
-        x.m_state = ServerState::Ready;
-        view.UpdateListWithServer(x);
-        view.UpdateListWithServer(y);
-        x.m_portCount = ports;
-        x.m_busyPorts = busy;
-        view.UpdateListWithServer(x);
-        QCOMPARE(Rows(view), (QStringList{u"Y n/a n/a 1"_s, row}));
-    }
-
-    // Notices that find nothing new rewrite no cell and no icon, although every
-    // server passes through "connecting" again; a changed count rewrites its cell.
-    void cellsWrittenOnlyWhenChanged() {
-        CTestConsole console(ThreeServers);
-        CServersView view(console.Doc(), Frame(console));
-        view.OnInitialUpdate();
-        QVERIFY(console.FetchAll());
+        // Notices that find nothing new rewrite no cell and no icon, although
+        // every server passes through "connecting" again.
         QSignalSpy changes(view.Model(), &QAbstractItemModel::dataChanged);
         QVERIFY(console.FetchAll());
         for (std::size_t i = 0; i < console.Doc().Servers().GetCount(); ++i)
             Frame(console).OnNewServerData(i);
         QCOMPARE(changes.count(), 0);
-
-        CServer& bravo = console.Doc().Servers()[IndexOf(console, u"BRAVO"_s)];
+        CServer& bravo = console.Doc().Servers()[kBravo];
         {
             auto lock = bravo.Lock();
             bravo.m_busyPorts = 1;
         }
-        Frame(console).OnNewServerData(IndexOf(console, u"BRAVO"_s));
-        const QModelIndex cell =
-            view.Model()->index(view.FindServer(u"BRAVO"_s), CServersModel::ColBusyPorts);
+        Frame(console).OnNewServerData(kBravo);
+        const QModelIndex cell = view.Model()->index(1, CServersModel::ColBusyPorts);
         QCOMPARE(changes.count(), 1);
         QCOMPARE(changes[0][0].toModelIndex(), cell);
         QCOMPARE(changes[0][1].toModelIndex(), cell);
-        QCOMPARE(Rows(view).value(1), u"BRAVO 3 1 2"_s);
+
+        QVERIFY(console.Doc().Servers().AddServer(u"DELTA"_s));
+        console.Doc().Servers().DelServer(u"BRAVO"_s);
+        console.Doc().UpdateAllViews(nullptr, Hint::ServerListChanged);
+        QCOMPARE(Rows(view), (QStringList{u"DELTA n/a n/a 1"_s, u"CHARLIE 0 0 2"_s, u"ALPHA 2 0 2"_s}));
     }
 
     void stateImages_data() {
@@ -160,7 +128,8 @@ private slots:
         QCOMPARE(view.Model()->StateImage(0), image);
     }
 
-    void statusTexts() {
+    // What the status bar says of the selected server, and the row commands.
+    void selection() {
         CTestConsole console(ThreeServers);
         CCwadminDoc& doc = console.Doc();
         CMainFrame& frame = Frame(console);
@@ -172,11 +141,11 @@ private slots:
         QCOMPARE(frame.StatusText(), u"ALPHA is ready"_s);
 
         // A state notice shows the selected server's text, whichever server it is about.
-        doc.Servers()[IndexOf(console, u"BRAVO"_s)].m_state = ServerState::RasReadFailure;
-        frame.OnNewServerState(IndexOf(console, u"BRAVO"_s));
+        doc.Servers()[kBravo].m_state = ServerState::RasReadFailure;
+        frame.OnNewServerState(kBravo);
         QCOMPARE(frame.StatusText(), u"ALPHA is ready"_s);
-        doc.Servers()[IndexOf(console, u"ALPHA"_s)].m_state = ServerState::RequestingRas;
-        frame.OnNewServerState(IndexOf(console, u"BRAVO"_s));
+        doc.Servers()[kAlpha].m_state = ServerState::RequestingRas;
+        frame.OnNewServerState(kBravo);
         QCOMPARE(frame.StatusText(), u"Requesting RAS data for ALPHA..."_s);
 
         // A single click repeats the selected server's text.
@@ -187,6 +156,26 @@ private slots:
         const QRect alpha = view.List()->visualRect(view.Model()->index(view.FindServer(u"ALPHA"_s), 0));
         QTest::mouseClick(view.List()->viewport(), Qt::LeftButton, {}, alpha.center());
         QCOMPARE(frame.StatusText(), u"Requesting RAS data for ALPHA..."_s);
+
+        // A right-click selects the row under the pointer and offers its
+        // commands; "&Properties" opens the server's sheet.
+        QStringList items;
+        const QPoint at =
+            view.List()->visualRect(view.Model()->index(view.FindServer(u"BRAVO"_s), 1)).center();
+        WithModals(
+            [&] {
+                QContextMenuEvent click(QContextMenuEvent::Mouse, at,
+                                        view.List()->viewport()->mapToGlobal(at));
+                QApplication::sendEvent(view.List()->viewport(), &click);
+            },
+            [&](QWidget* menu) {
+                for (QAction* action : menu->actions())
+                    items << action->text();
+            });
+        QCOMPARE(items, QStringList({u"&Explore"_s, u"&Properties"_s}));
+        QCOMPARE(doc.m_selectedServer, u"BRAVO"_s);
+        QCOMPARE(WithModals([&] { view.PropertiesAction()->trigger(); }),
+                 QStringList{u"Properties for BRAVO"_s});
 
         // A row whose server has left the list reads "Ready".
         doc.Servers().DelServer(u"CHARLIE"_s);
@@ -236,65 +225,13 @@ private slots:
         QCOMPARE(frame.NodeView()->currentItem()->text(0), u"BRAVO"_s);
     }
 
-    // A right-click selects the row under the pointer and offers its commands;
-    // "&Properties" opens the server's sheet.
-    void rowCommands() {
-        CTestConsole console(ThreeServers);
-        CServersView view(console.Doc(), Frame(console));
-        view.OnInitialUpdate();
-        QVERIFY(console.FetchAll());
-        view.resize(400, 240);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        SelectRow(view, u"ALPHA"_s);
-        QStringList items;
-        const QPoint at =
-            view.List()->visualRect(view.Model()->index(view.FindServer(u"BRAVO"_s), 1)).center();
-        WithModals(
-            [&] {
-                QContextMenuEvent click(QContextMenuEvent::Mouse, at,
-                                        view.List()->viewport()->mapToGlobal(at));
-                QApplication::sendEvent(view.List()->viewport(), &click);
-            },
-            [&](QWidget* menu) {
-                for (QAction* action : menu->actions())
-                    items << action->text();
-            });
-        QCOMPARE(items, QStringList({u"&Explore"_s, u"&Properties"_s}));
-        QCOMPARE(console.Doc().m_selectedServer, u"BRAVO"_s);
-
-        console.Doc().m_selectedServer = kNone;
-        QCOMPARE(WithModals([&] { view.PropertiesAction()->trigger(); }),
-                 QStringList{u"Properties for BRAVO"_s});
-        QCOMPARE(console.Doc().m_selectedServer, u"BRAVO"_s);
-    }
-
-    // Refresh asks for every server's data and says "Ready".
-    void refreshHint() {
-        CTestConsole console(ThreeServers);
-        CMainFrame& frame = Frame(console);
-        CServersView view(console.Doc(), frame);
-        view.OnInitialUpdate();
-        frame.SetStatus(u"busy"_s);
-        console.Doc().UpdateAllViews(nullptr, Hint::UPDATE_NEW_USERS);
-        QCOMPARE(frame.StatusText(), u"Ready"_s);
-        QTRY_COMPARE(Rows(view).value(1), u"BRAVO 3 0 2"_s);
-        QTRY_VERIFY(!console.Doc().Servers().FetchRunning());
-    }
-
-    void columnsAndTheirWidths() {
+    void columnTitles() {
         CTestConsole console;
-        {
-            CServersView view(console.Doc(), Frame(console));
-            QStringList titles;
-            for (int column = 0; column < CServersModel::ColumnCount; ++column)
-                titles << view.Model()->headerData(column, Qt::Horizontal).toString();
-            QCOMPARE(titles, (QStringList{u"Server"_s, u"Ports"_s, u"Busy Ports"_s}));
-            view.List()->header()->resizeSection(0, 210);
-        }
-        CServersView again(console.Doc(), Frame(console));
-        QCOMPARE(again.List()->header()->sectionSize(0), 210);
-        QCOMPARE(again.List()->header()->sectionSize(2), 90);
+        CServersView view(console.Doc(), Frame(console));
+        QStringList titles;
+        for (int column = 0; column < CServersModel::ColumnCount; ++column)
+            titles << view.Model()->headerData(column, Qt::Horizontal).toString();
+        QCOMPARE(titles, (QStringList{u"Server"_s, u"Ports"_s, u"Busy Ports"_s}));
     }
 };
 

@@ -42,39 +42,6 @@ class TestServiceStartStop : public QObject {
 private slots:
     void initTestCase() { IsolateSettings("gui_servers"); }
 
-    void opening_data() {
-        QTest::addColumn<bool>("tracking");
-        QTest::addColumn<bool>("start");
-        QTest::addColumn<bool>("router");
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("action");
-        QTest::newRow("start Callwarden")
-            << true << true << false << u"Start Service"_s << u"Starting Callwarden on SRV"_s;
-        QTest::newRow("stop Callwarden")
-            << true << false << true << u"Stop Service"_s << u"Stopping Callwarden on SRV"_s;
-        QTest::newRow("start RAS") << false << true << false << u"Start Service"_s
-                                   << u"Starting RAS on SRV"_s;
-        QTest::newRow("stop RAS") << false << false << false << u"Stop Service"_s << u"Stopping RAS on SRV"_s;
-        QTest::newRow("start RRAS") << false << true << true << u"Start Service"_s
-                                    << u"Starting RRAS on SRV"_s;
-        QTest::newRow("stop RRAS") << false << false << true << u"Stop Service"_s
-                                   << u"Stopping RRAS on SRV"_s;
-    }
-
-    void opening() {
-        QFETCH(bool, tracking);
-        QFETCH(bool, start);
-        QFETCH(bool, router);
-        CTestConsole console(Server);
-        console.Doc().Servers()[0].m_rasKind = router ? RasKindValue::Rras : RasKindValue::Ras;
-        CServiceStartStop dialog(console.Doc(), u"SRV"_s, tracking, start);
-        QTEST(dialog.windowTitle(), "caption");
-        QTEST(dialog.ActionText(), "action");
-        QCOMPARE(dialog.ElapsedText(), u"0 seconds elapsed..."_s);
-        QVERIFY(dialog.Timer().isActive());
-        QCOMPARE(dialog.Timer().interval(), 1000);
-    }
-
     void ticks_data() {
         QTest::addColumn<bool>("start");
         QTest::addColumn<int>("pending"); // seconds the service stays pending
@@ -126,11 +93,10 @@ private slots:
         QTest::addColumn<int>("state"); // of Callwarden on SRV
         QTest::addColumn<QStringList>("texts");
         // Every step of the request is tried and reported.
-        const QStringList unreachable{u"Error 53: Failed to open the Service Database."_s,
-                                      u"Error 6: Failed to open that Service."_s,
-                                      u"Error 6: An undefinied error occured."_s};
-        QTest::newRow("unreachable, start") << u"AWAY"_s << false << true << 4 << unreachable;
-        QTest::newRow("unreachable, stop") << u"AWAY"_s << false << false << 4 << unreachable;
+        QTest::newRow("unreachable") << u"AWAY"_s << false << true << 4
+                                     << QStringList{u"Error 53: Failed to open the Service Database."_s,
+                                                    u"Error 6: Failed to open that Service."_s,
+                                                    u"Error 6: An undefinied error occured."_s};
         QTest::newRow("start a running service")
             << u"SRV"_s << true << true << 4 << QStringList{u"Error 1056: An undefinied error occured."_s};
         QTest::newRow("stop a stopped service")
@@ -169,22 +135,36 @@ private slots:
     }
 
     // Which service the request is for: the server's RAS kind and version decide.
+    // Which service the request is for (the server's RAS kind and version
+    // decide), and how the dialog says so.
     void serviceChosen_data() {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("version"); // empty: unreadable
         QTest::addColumn<bool>("tracking");
+        QTest::addColumn<bool>("start");
         QTest::addColumn<QString>("service");
-        QTest::newRow("RAS") << u"RAS"_s << u"4.0"_s << false << u"RemoteAccess"_s;
-        QTest::newRow("RRAS 5.0") << u"RRAS"_s << u"5.0"_s << false << u"RemoteAccess"_s;
-        QTest::newRow("RRAS 4.0") << u"RRAS"_s << u"4.0"_s << false << u"Router"_s;
-        QTest::newRow("RRAS, version unreadable") << u"RRAS"_s << QString() << false << u"Router"_s;
-        QTest::newRow("Callwarden on RRAS 4.0") << u"RRAS"_s << u"4.0"_s << true << u"Callwarden"_s;
+        QTest::addColumn<QString>("texts"); // caption: action
+        QTest::newRow("RAS, stop") << u"RAS"_s << u"4.0"_s << false << false << u"RemoteAccess"_s
+                                   << u"Stop Service: Stopping RAS on SRV"_s;
+        QTest::newRow("RAS, start") << u"RAS"_s << u"4.0"_s << false << true << u"RemoteAccess"_s
+                                    << u"Start Service: Starting RAS on SRV"_s;
+        QTest::newRow("RRAS 5.0") << u"RRAS"_s << u"5.0"_s << false << true << u"RemoteAccess"_s
+                                  << u"Start Service: Starting RRAS on SRV"_s;
+        QTest::newRow("RRAS 4.0") << u"RRAS"_s << u"4.0"_s << false << false << u"Router"_s
+                                  << u"Stop Service: Stopping RRAS on SRV"_s;
+        QTest::newRow("RRAS, version unreadable") << u"RRAS"_s << QString() << false << false << u"Router"_s
+                                                  << u"Stop Service: Stopping RRAS on SRV"_s;
+        QTest::newRow("Callwarden on RRAS 4.0") << u"RRAS"_s << u"4.0"_s << true << false << u"Callwarden"_s
+                                                << u"Stop Service: Stopping Callwarden on SRV"_s;
+        QTest::newRow("Callwarden, start") << u"RAS"_s << u"4.0"_s << true << true << u"Callwarden"_s
+                                           << u"Start Service: Starting Callwarden on SRV"_s;
     }
 
     void serviceChosen() {
         QFETCH(QString, kind);
         QFETCH(QString, version);
         QFETCH(bool, tracking);
+        QFETCH(bool, start);
         QFETCH(QString, service);
         const QStringList services{u"Callwarden"_s, u"RemoteAccess"_s, u"Router"_s};
         CTestConsole console([&](CSiteWriter& w) {
@@ -194,15 +174,19 @@ private slots:
                                  u"HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion"_s,
                                  u"CurrentVersion"_s);
             for (const QString& name : services)
-                w.SetService(u"SRV"_s, name, 4);
+                w.SetService(u"SRV"_s, name, start ? 1 : 4);
         });
         console.Doc().Servers()[0].m_rasKind = kind == u"RAS"_s ? RasKindValue::Ras : RasKindValue::Rras;
-        CServiceStartStop dialog(console.Doc(), u"SRV"_s, tracking, false);
+        CServiceStartStop dialog(console.Doc(), u"SRV"_s, tracking, start);
+        QTEST(QString(dialog.windowTitle() + u": "_s + dialog.ActionText()), "texts");
+        QCOMPARE(dialog.ElapsedText(), u"0 seconds elapsed..."_s);
+        QCOMPARE(dialog.Timer().interval(), 1000);
+        QVERIFY(dialog.Timer().isActive());
         dialog.OnTimer(kTick);
         dialog.OnTimer(kTick);
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         for (const QString& name : services)
-            QCOMPARE(StateOf(console, u"SRV"_s, name), DWORD(name == service ? 1 : 4));
+            QCOMPARE(StateOf(console, u"SRV"_s, name), DWORD((name == service) == start ? 4 : 1));
     }
 
     // The server at list index 66 ends the dialog on the first tick, whose
