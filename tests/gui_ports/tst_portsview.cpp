@@ -308,6 +308,8 @@ private slots:
         QCOMPARE(detail->RowText(PortDetail::DeviceName), u"Device name:  Test modem"_s);
         QCOMPARE(detail->RefreshTimer().interval(), 5000);
         QVERIFY(detail->RefreshTimer().isActive());
+        // The view replaced is deleted later; it must go while its document lives.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     void propertiesForEverySelectedRow() {

@@ -223,6 +223,8 @@ private slots:
         QCOMPARE(doc.m_selectedServer, u"BRAVO"_s);
         QCOMPARE(frame.ShownKind(), NodeKind::Server);
         QCOMPARE(frame.NodeView()->currentItem()->text(0), u"BRAVO"_s);
+        // The view replaced is deleted later; it must go while its document lives.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     void columnTitles() {
