@@ -143,6 +143,9 @@ void CUsersView::OnInitialUpdate() {
 }
 
 void CUsersView::OnUpdate(IView*, int hint, const CHintObject*) {
+    // A view just replaced stays registered until it is deleted; only the one shown answers.
+    if (Frame().RightView() != this)
+        return;
     if (hint == Hint::UPDATE_NEW_USERS)
         FillList();
     else if (hint == Hint::SaveData)
