@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QDateTime>
 #include <QHeaderView>
 #include <QMenu>
 #include <QPainter>
@@ -40,6 +41,36 @@ public:
         return CUsersModel::data(index, role);
     }
 };
+
+// A column's width when nothing is saved: the list's own, or what a typical
+// text needs in the font shown, whichever is wider.
+int DefaultWidth(const QFontMetrics& metrics, const CCwadminDoc& doc, int column) {
+    QString sample;
+    switch (column) {
+    case UserColumn::User:
+        sample = u"HEADOFFICE\\Administrator"_s;
+        break;
+    case UserColumn::LastSession:
+        sample =
+            doc.TimeToLocalString(QDateTime(QDate(2026, 12, 28), QTime(23, 58, 58)).toSecsSinceEpoch(), true);
+        break;
+    case UserColumn::TotalTime:
+        sample = u"9999\"59'59"_s;
+        break;
+    case UserColumn::TotalUsed:
+        sample = u"100% of 999\"59'59"_s;
+        break;
+    case UserColumn::PeriodUsed:
+        sample = u"100% of 99\"59'59 Per 24 Hours"_s;
+        break;
+    default:
+        break;
+    }
+    // Room for the margins, and in the first column for the image.
+    const int extra = column == UserColumn::User ? 32 : 16;
+    return std::max(UserColumn::DefaultWidth(column),
+                    sample.isEmpty() ? 0 : metrics.horizontalAdvance(sample) + extra);
+}
 
 QList<int> Widths(const QHeaderView* header) {
     QList<int> widths;
@@ -81,7 +112,7 @@ CUsersView::CUsersView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent
     header->setSectionsClickable(true);
     header->setContextMenuPolicy(Qt::CustomContextMenu);
     for (int column = 0; column < m_model->columnCount(); ++column)
-        header->resizeSection(column, UserColumn::DefaultWidth(m_model->ColumnId(column)));
+        header->resizeSection(column, DefaultWidth(m_list->fontMetrics(), Doc(), m_model->ColumnId(column)));
     CConsoleSettings::RestoreHeader(kSettingsSection, kSettingsEntry, header);
     layout->addWidget(m_list);
 
@@ -294,8 +325,8 @@ void CUsersView::Print(QPrinter* printer) {
     const QRect page(0, 0, printer->width(), printer->height());
     const QFont body(u"Arial"_s, 9);
     const int line = QFontMetrics(body, printer).lineSpacing();
-    // The banner, the page's header and the column titles take the first six lines.
-    const int rowsPerPage = std::max(1, page.height() / line - 6);
+    // The banner, the page's header and the column titles with their rule come first.
+    const int rowsPerPage = std::max(1, (page.height() - 5 * line - line / 3) / line);
     const int rows = m_model->rowCount();
     const int pages = std::max(1, (rows + rowsPerPage - 1) / rowsPerPage);
     for (int p = 0; p < pages; ++p) {
@@ -351,7 +382,7 @@ void CUsersView::PaintPage(QPainter& painter, const QRect& page, int pageNumber,
     drawRow(top, [this](int c) { return UserColumn::ListTitle(m_model->ColumnId(c)); });
     top += line;
     painter.drawLine(page.left(), top + pad / 2, page.right(), top + pad / 2);
-    top += line;
+    top += pad;
     painter.setFont(body);
     for (int row = firstRow; row < std::min(firstRow + rowsPerPage, m_model->rowCount()); ++row, top += line)
         drawRow(top, [this, row](int c) { return m_model->CellText(row, c); });
