@@ -9,6 +9,8 @@
 #include "core/accounts/usersmodel.h"
 #include "ini/inifile.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -85,6 +87,7 @@ CwBench::Timing Run() {
     }
     std::size_t lines = 0, accounts = 0, memory = 0;
     bool sorted = true;
+    double sortMs = 0;
     timing = CwBench::Measure(
         5, [&] { lines = ReadAndSplit(path); },
         [&] {
@@ -96,6 +99,7 @@ CwBench::Timing Run() {
             CUsersModel model;
             model.SetLimitColumns(true);
             model.Fill(loaded.store, CUserFilter());
+            const auto start = std::chrono::steady_clock::now();
             for (int column = 0; column < model.columnCount(); ++column) {
                 model.SortByColumn(column);
                 const CUserStore& store = model.Store();
@@ -105,6 +109,9 @@ CwBench::Timing Run() {
                 if (column == UserColumn::Sessions && store.At(first).connects > store.At(last).connects)
                     sorted = false;
             }
+            const double ms =
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+            sortMs = sortMs == 0 ? ms : std::min(sortMs, ms);
         });
     if (accounts != kAccounts || lines != kAccounts * 14)
         timing.error = "wrong result: " + std::to_string(accounts) + " accounts, " + std::to_string(lines) +
@@ -113,8 +120,8 @@ CwBench::Timing Run() {
         timing.error =
             "the first sort is not A to Z by name, or the second (reversed) not smallest first by sessions";
     char detail[128];
-    std::snprintf(detail, sizeof detail, "%.1f MB, %zu accounts, list %.1f MB, 7 sorts",
-                  double(bytes) / (1 << 20), accounts, double(memory) / (1 << 20));
+    std::snprintf(detail, sizeof detail, "%.1f MB, %zu accounts, list %.1f MB; the 7 sorts %.1f ms",
+                  double(bytes) / (1 << 20), accounts, double(memory) / (1 << 20), sortMs);
     timing.detail = detail;
     return timing;
 }
