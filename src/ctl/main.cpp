@@ -3,6 +3,7 @@
 
 #include "ctl/ctlcommand.h"
 #include "ctl/daycommand.h"
+#include "ctl/userscommand.h"
 #include "platform/site/site.h"
 
 #include <QCoreApplication>
@@ -14,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand};
+constexpr std::array kCommands{kDayCommand, kUsersCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"

@@ -3,6 +3,7 @@
 // pages reach the monitored servers, the services' settings and the shared
 // state (selection, view mode, shown day). Lives on the user-interface thread.
 
+#include "core/accounts/tempuser.h"
 #include "core/app/environment.h"
 #include "core/app/registry.h"
 #include "core/doc/view.h"
@@ -14,13 +15,17 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <vector>
 
 class CLogStore;
 struct CLogCellFormat;
+class CUserStore;
+struct CUserCellFormat;
 class CServicePipeClient;
 
 namespace ViewMode {
@@ -135,6 +140,34 @@ public:
     CLogCellFormat LogCellFormat() const;
     QString m_currentLogFile;
 
+    // The account file (docusers.cpp). The list is read again only while the
+    // reload flag m_usersReloadPending is set; a load that finds sections
+    // clears it. The two flags are kept and play no further part. Returns the
+    // number of accounts.
+    quint32 LoadUsersFromFile(int flag1, int flag2);
+    // The accounts of the last load; never null.
+    std::shared_ptr<const CUserStore> Users() const { return m_users; }
+    // The system's code of why the last load could not reach the file; 0 when it could.
+    OCL::DWORD UsersLoadError() const { return m_usersLoadError; }
+    // How the users view writes its cells.
+    CUserCellFormat UserCellFormat() const;
+    // The account file as this process opens it; empty, with the system's code
+    // in *error, when no master is known or its share cannot be reached.
+    std::filesystem::path LocalUsersFile(OCL::DWORD* error) const;
+    // Asks "Permanently delete the profile for %s?"; on No returns the answer
+    // and changes nothing, on Yes removes the section and returns the write's
+    // result (1 or 0).
+    int DeleteUser(const QString& section);
+    // Removes whole sections, profile and statistics, in one write that keeps
+    // what the service writes meanwhile. False with the reason in *error.
+    bool RemoveUserSections(const QStringList& sections, QString* error = nullptr);
+    // Whether the section holds a profile: its "MaxTotalTime" read with the default "*".
+    bool UserProfileExists(const QString& section);
+    // Writes the scratch profile into the section, in one write.
+    bool TempUserSave(const QString& section);
+    void TempUserReset();
+    CTempUser m_tempUser;
+
     // Port and account operations over the RAS access layer.
     BOOL Update_ServerPortDataTemp(int serverIndex, const QString& portName);
     int GetUserRASPrivs(const QString& server, const QString& user);
@@ -150,7 +183,8 @@ public:
     // Shared state.
     int m_initialising = 0;
     int m_forceRefresh = 0;
-    int m_usersReloadPending = 0;
+    // Set when the document is made: the account list is read on first use.
+    int m_usersReloadPending = 1;
     int m_viewMode = ViewMode::Status;
     quint32 m_historyColumns = 0xFFFFFFFF;
     int m_showSeconds = 0;
@@ -188,6 +222,11 @@ private:
     qint64 m_loadedLogTime = 0;
     qint64 m_loadedLogSize = 0;
     bool m_logLoading = false;
+    // The account list.
+    static std::shared_ptr<const CUserStore> EmptyUsers();
+    std::shared_ptr<const CUserStore> m_users = EmptyUsers();
+    OCL::DWORD m_usersLoadError = 0;
+    int m_usersLoadFlags[2] = {};
 };
 
 // The status-bar busy block: 25 pixels wide, from 24 pixels left of the pane,

@@ -4,12 +4,16 @@
 #include "gui/dialogs/messagetouser.h"
 #include "gui/frame/mainframe.h"
 #include "gui/views/nodeview.h"
+#include "gui/views/usersview.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
+#include <QPrinter>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTextStream>
+#include <QTreeView>
 
 using namespace Qt::StringLiterals;
 
@@ -98,6 +102,47 @@ CScreenshotTour::CScreenshotTour(CCwadminApp& app, const QString& folder) : m_ap
                                                      m_user.isEmpty() ? u"alice"_s : m_user, frame);
                                dialog.exec();
                            });
+                       }});
+    // The accounts: all of them, then the first group of the first domain, and the printout.
+    m_steps.push_back({200, [frame] {
+                           if (CNodeView* tree = frame->NodeView())
+                               tree->setCurrentItem(tree->AccountsRoot());
+                       }});
+    m_steps.push_back({1500, [this, frame] {
+                           Save(frame, u"11-users-all"_s);
+                           auto* users = qobject_cast<CUsersView*>(frame->RightView());
+                           if (!users)
+                               return;
+                           users->SetLimitColumns(true);
+                           QApplication::processEvents();
+                           QScrollBar* across = users->List()->horizontalScrollBar();
+                           across->setValue(across->maximum());
+                           QApplication::processEvents();
+                           Save(frame, u"12-users-limits"_s);
+                           users->SetLimitColumns(false);
+                           QPrinter printer(QPrinter::HighResolution);
+                           printer.setOutputFileName(QDir(m_folder).filePath(u"14-users-print.pdf"_s));
+                           users->Print(&printer);
+                       }});
+    m_steps.push_back({200, [this, frame] {
+                           if (auto* users = qobject_cast<CUsersView*>(frame->RightView()))
+                               CaptureModal(u"13-users-print-preview"_s,
+                                            [users] { users->OnFilePrintPreview(); });
+                       }});
+    m_steps.push_back({200, [frame] {
+                           CNodeView* tree = frame->NodeView();
+                           QTreeWidgetItem* domain = tree ? tree->AccountsRoot()->child(0) : nullptr;
+                           if (!domain)
+                               return;
+                           tree->expandItem(domain);
+                           for (int i = 0; i < domain->childCount(); ++i)
+                               if (CNodeView::Image(domain->child(i)) == 10) {
+                                   tree->setCurrentItem(domain->child(i));
+                                   break;
+                               }
+                       }});
+    m_steps.push_back({1500, [this, frame] {
+                           Save(frame, u"15-users-group"_s);
                        }});
     m_steps.push_back({500, [this] {
                            QTextStream(stdout) << "Saved " << m_saved.size() << " pictures into "

@@ -117,6 +117,8 @@ void CMainFrame::OnViewStatus() {
 void CMainFrame::OnViewRefresh() {
     m_doc.m_usersReloadPending = 1;
     m_doc.m_forceRefresh = 1;
+    if (m_doc.MasterKnown())
+        m_doc.LoadUsersFromFile(0, 0);
     UpdateServerCommands(true);
     if (m_family == FamilyNone || m_family == FamilyUsers || m_family == FamilyServer ||
         m_family == FamilyServers)

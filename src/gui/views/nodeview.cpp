@@ -1,11 +1,13 @@
 #include "gui/views/nodeview.h"
 
+#include "core/accounts/userfile.h"
 #include "core/app/ansitext.h"
 #include "core/net/accountlists.h"
 #include "gui/app/icons.h"
 #include "gui/frame/mainframe.h"
 #include "gui/toolkit/help.h"
 
+#include <QAction>
 #include <QContextMenuEvent>
 #include <QMenu>
 
@@ -45,6 +47,12 @@ CNodeView::CNodeView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
 
     m_timer10.setInterval(400);
     m_timer11.setInterval(700);
+    m_deleteProfile = new QAction(CIcons::CommandIcon(CIcons::Command::Delete), u"&Delete Profile"_s, this);
+    m_deleteGroupProfile =
+        new QAction(CIcons::CommandIcon(CIcons::Command::Delete), u"&Delete Group Profile"_s, this);
+    connect(m_deleteProfile, &QAction::triggered, this, &CNodeView::OnPopupDeleteProfile);
+    connect(m_deleteGroupProfile, &QAction::triggered, this, &CNodeView::OnPopupGroupDeleteProfile);
+
     connect(&m_timer10, &QTimer::timeout, this, &CNodeView::OnTimer10);
     connect(&m_timer11, &QTimer::timeout, this, &CNodeView::OnTimer11);
     connect(this, &QTreeWidget::itemExpanded, this, &CNodeView::OnItemExpanded);
@@ -237,10 +245,16 @@ void CNodeView::OnSelChanged(QTreeWidgetItem* current) {
         break;
     case 8:
     case 14:
-        m_doc.m_selectedUser = Cut50(current->text(0));
-        if (parent)
-            m_doc.m_selectedDomain = Cut50(parent->text(0));
-        hint = Hint::UPDATE_NEW_USERS;
+        if (m_doc.MasterKnown()) {
+            m_doc.m_selectedUser = Cut50(current->text(0));
+            if (parent)
+                m_doc.m_selectedDomain = Cut50(parent->text(0));
+            hint = Hint::UPDATE_NEW_USERS;
+        } else {
+            m_doc.ReportNoMasterServer(u"Can't display info for user %1\\%2"_s.arg(
+                parent ? parent->text(0) : QString(), current->text(0)));
+            rearrange = false;
+        }
         break;
     case 12:
         m_doc.m_selectedUser = m_doc.m_selectedDomain = u"DEFAULT"_s;
@@ -354,6 +368,11 @@ QString CNodeView::MenuNameFor(const QTreeWidgetItem* item) const {
     case 4:
     case 5:
         return u"POPUP_PORT"_s;
+    case 8:
+        return m_doc.UserProfileExists(ProfileSection(item)) ? u"POPUP_ACCOUNT_OLD"_s
+                                                             : u"POPUP_ACCOUNT_NEW"_s;
+    case 10:
+        return m_doc.UserProfileExists(ProfileSection(item)) ? u"POPUP_OLD_GROUP"_s : u"POPUP_NEW_GROUP"_s;
     default:
         return {};
     }
@@ -370,9 +389,75 @@ QStringList CNodeView::MenuItemsFor(const QTreeWidgetItem* item) const {
     case 4:
     case 5:
         return {u"&Disconnect"_s, u"&Properties"_s};
+    // The profile sheets' commands come with the sheets.
+    case 8:
+        return {m_deleteProfile->text()};
+    case 10:
+        return {m_deleteGroupProfile->text()};
     default:
         return {};
     }
+}
+
+QString CNodeView::ProfileSection(const QTreeWidgetItem* item) {
+    const QString domain = item->parent() ? item->parent()->text(0) : QString();
+    return Image(item) == 10 ? CUserFile::GroupSection(domain, item->text(0))
+                             : CUserFile::AccountSection(domain, item->text(0));
+}
+
+bool CNodeView::ItemCommandsEnabled(const QTreeWidgetItem* item) const {
+    switch (Image(item)) {
+    case 1:
+    case 2:
+        return true;
+    case 8:
+    case 10:
+    case 14:
+        return m_doc.MasterKnown() && m_doc.UserProfileExists(ProfileSection(item));
+    default:
+        return false;
+    }
+}
+
+void CNodeView::OnPopupDeleteProfile() {
+    const QString domain = m_doc.m_selectedDomain, user = m_doc.m_selectedUser;
+    if (user == kNone)
+        return;
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display info for user %1\\%2"_s.arg(domain, user));
+        return;
+    }
+    const QString section = CUserFile::AccountSection(domain, user);
+    const int result = m_doc.DeleteUser(section);
+    if (result == IPrompter::No)
+        return;
+    if (result == 0) {
+        m_doc.Environment().Prompter().Message(
+            u"The profile for %1 could not be deleted; the account file is as it was."_s.arg(section), {},
+            IPrompter::Icon::Error, IPrompter::Buttons::Ok);
+        return;
+    }
+    m_doc.m_usersReloadPending = 1;
+    m_doc.UpdateAllViews(this, Hint::UPDATE_NEW_USERS);
+}
+
+void CNodeView::OnPopupGroupDeleteProfile() {
+    const QString domain = m_doc.m_selectedDomain, group = m_doc.m_selectedGroup;
+    if (group == kNone)
+        return;
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display user group info"_s);
+        return;
+    }
+    IPrompter& prompter = m_doc.Environment().Prompter();
+    if (prompter.Ask(u"Permanently delete all data and settings for %1?"_s.arg(group)) != IPrompter::Yes)
+        return;
+    QString error;
+    if (!m_doc.RemoveUserSections({CUserFile::GroupSection(domain, group)}, &error))
+        prompter.Message(
+            u"The profile of the group %1 could not be deleted; the account file is as it was.\n%2"_s.arg(
+                group, error),
+            {}, IPrompter::Icon::Error, IPrompter::Buttons::Ok);
 }
 
 void CNodeView::contextMenuEvent(QContextMenuEvent* event) {
@@ -385,8 +470,15 @@ void CNodeView::contextMenuEvent(QContextMenuEvent* event) {
         return;
     QMenu menu(this);
     menu.setObjectName(MenuNameFor(item));
-    const bool port = IsPortImage(Image(item));
-    for (const QString& text : items)
-        m_frame.AddCommand(menu, port && text == u"&Properties"_s ? u"Port &Properties"_s : text);
+    const int image = Image(item);
+    if (image == 8 || image == 10) {
+        QAction* action = image == 8 ? m_deleteProfile : m_deleteGroupProfile;
+        action->setEnabled(ItemCommandsEnabled(item));
+        menu.addAction(action);
+    } else {
+        const bool port = IsPortImage(image);
+        for (const QString& text : items)
+            m_frame.AddCommand(menu, port && text == u"&Properties"_s ? u"Port &Properties"_s : text);
+    }
     menu.exec(event->globalPos());
 }

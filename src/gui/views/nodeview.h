@@ -12,6 +12,7 @@
 #include <QTreeWidget>
 
 class CMainFrame;
+class QAction;
 
 class CNodeView : public QTreeWidget, public IView {
     Q_OBJECT
@@ -48,6 +49,15 @@ public:
     // What a right-click on the item shows: the menu's name and its commands.
     QString MenuNameFor(const QTreeWidgetItem* item) const;
     QStringList MenuItemsFor(const QTreeWidgetItem* item) const;
+    // Whether the item's own commands are enabled: for an account or a group,
+    // only while the master server is known and the profile exists.
+    bool ItemCommandsEnabled(const QTreeWidgetItem* item) const;
+
+    // The account and group commands, on the selected node.
+    void OnPopupDeleteProfile();
+    void OnPopupGroupDeleteProfile();
+    QAction* DeleteProfileAction() const { return m_deleteProfile; }
+    QAction* DeleteGroupProfileAction() const { return m_deleteGroupProfile; }
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -59,6 +69,8 @@ private:
     void OnItemExpanded(QTreeWidgetItem* item);
     void OnSelChanged(QTreeWidgetItem* current);
     void SelectNamedNode();
+    // The profile's section in the account file for an account or group node.
+    static QString ProfileSection(const QTreeWidgetItem* item);
 
     CCwadminDoc& m_doc;
     CMainFrame& m_frame;
@@ -66,6 +78,8 @@ private:
     QTreeWidgetItem* m_accountsRoot = nullptr;
     QTimer m_timer10;
     QTimer m_timer11;
+    QAction* m_deleteProfile;
+    QAction* m_deleteGroupProfile;
     bool m_firstTick = false;
     bool m_expanding = false;
 };

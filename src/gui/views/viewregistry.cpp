@@ -3,6 +3,7 @@
 #include "gui/views/newport.h"
 #include "gui/views/portsview.h"
 #include "gui/views/serversview.h"
+#include "gui/views/usersview.h"
 
 #include <map>
 
@@ -20,6 +21,7 @@ const std::map<ViewClass, ViewFactory>& Makers() {
         {ViewClass::Servers, Maker<CServersView>()},
         {ViewClass::Ports, Maker<CPortsView>()},
         {ViewClass::PortStatus, Maker<CNewPort>()},
+        {ViewClass::Users, Maker<CUsersView>()},
     };
     return makers;
 }

@@ -1,0 +1,96 @@
+#include "core/accounts/userfilter.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Members are listed in pages of about this many bytes.
+constexpr OCL::DWORD kPageBytes = 10000;
+
+bool Same(QStringView a, QStringView b) {
+    return a.compare(b, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+CUserFilter CUserFilter::ForSelection(const Selection& selection, OCL::INetwork& network,
+                                      OCL::IPrompter& prompter) {
+    CUserFilter filter;
+    filter.m_domain = selection.domain;
+    if (selection.user != u"*"_s) {
+        filter.m_kind = Kind::Account;
+        filter.m_account = selection.domain + u'\\' + selection.user;
+        return filter;
+    }
+    if (selection.allAccounts)
+        return filter;
+    if (selection.group == u"*"_s) {
+        filter.m_kind = Kind::Domain;
+        return filter;
+    }
+    filter.m_kind = Kind::Group;
+    std::u16string controller;
+    const OCL::DWORD rc = network.GetDCName({}, selection.domain.left(35).toStdU16String(), &controller);
+    if (rc != OCL::Err::Success) {
+        prompter.Message(QString::asprintf("Error getting PDC (%d)", int(rc)), {},
+                         OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
+        return filter;
+    }
+    // Page on while fewer members were read than the controller counts; a
+    // failing page ends the list with what was read.
+    OCL::DWORD_PTR resume = 0;
+    std::vector<std::u16string> names;
+    for (;;) {
+        OCL::DWORD total = 0;
+        const std::size_t before = names.size();
+        const OCL::DWORD result = network.GroupGetUsers(controller, selection.group.toStdU16String(),
+                                                        kPageBytes, &names, &total, &resume);
+        if ((result != OCL::Err::Success && result != OCL::Err::MoreData) || names.size() == before ||
+            names.size() >= total)
+            break;
+    }
+    for (const std::u16string& name : names)
+        filter.m_members.insert(QString::fromStdU16String(name).toCaseFolded());
+    return filter;
+}
+
+bool CUserFilter::Passes(const QString& name) const {
+    switch (m_kind) {
+    case Kind::Account:
+        return Same(name, m_account);
+    case Kind::Domain:
+        // A prefix on purpose: the domain SALES lists SALESEAST's accounts too.
+        return name.size() >= m_domain.size() && Same(QStringView(name).left(m_domain.size()), m_domain);
+    case Kind::Group: {
+        // The part before the first backslash need only begin the domain's
+        // name; a name without one is looked up whole.
+        const qsizetype slash = name.indexOf(u'\\');
+        const QStringView domain = slash < 0 ? QStringView() : QStringView(name).left(slash);
+        const QStringView member = slash < 0 ? QStringView(name) : QStringView(name).mid(slash + 1);
+        return domain.size() <= m_domain.size() && Same(domain, QStringView(m_domain).left(domain.size())) &&
+               m_members.contains(member.toString().toCaseFolded());
+    }
+    default:
+        return true;
+    }
+}
+
+std::vector<std::uint32_t> CUserFilter::Rows(const CUserStore& store) const {
+    const auto count = std::uint32_t(store.Count());
+    std::vector<std::uint32_t> rows;
+    if (m_kind == Kind::All) {
+        rows.resize(count);
+        for (std::uint32_t i = 0; i < count; ++i)
+            rows[i] = i;
+        return rows;
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (Passes(store.DisplayName(i))) {
+            rows.push_back(i);
+            // One account is the first record of its name.
+            if (m_kind == Kind::Account)
+                break;
+        }
+    }
+    return rows;
+}
