@@ -139,20 +139,34 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
             writeFailed = true;
         bytes.clear();
     };
-    // Writes the loaded day; false when the export must stop.
+    // A loaded day is written while the next one is being parsed: the loader
+    // keeps this thread serving posted work meanwhile. Without an event loop
+    // it is written when the next load returns.
+    std::shared_ptr<const CLogStore> unwritten;
+    const auto writeUnwritten = [&] {
+        if (!unwritten)
+            return;
+        const auto store = std::move(unwritten);
+        unwritten.reset();
+        writer.Append(*store, &bytes);
+        if (bytes.size() >= (1u << 20))
+            flush();
+    };
+    QObject writing;
+    // Takes the loaded day; false when the export must stop.
     bool loadFailed = false;
     const auto exportLoaded = [&](bool loaded, int percent) {
+        writeUnwritten();
         if (!loaded) {
             loadFailed = true;
             return false;
         }
-        ++result.logs;
-        writer.Append(*m_logRecords, &bytes);
-        result.events += qint64(m_logRecords->Count());
-        if (bytes.size() >= (1u << 20))
-            flush();
         if (writeFailed)
             return false;
+        ++result.logs;
+        result.events += qint64(m_logRecords->Count());
+        unwritten = m_logRecords;
+        QMetaObject::invokeMethod(&writing, writeUnwritten, Qt::QueuedConnection);
         if (progress && !progress(std::clamp(percent, 0, 100))) {
             result.cancelled = true;
             return false;
@@ -199,6 +213,9 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
                 break;
         }
     }
+    if (!result.cancelled)
+        writeUnwritten();
+    unwritten.reset();
     flush();
 
     NavigateTo(year, month, day);

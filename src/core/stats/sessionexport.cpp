@@ -4,6 +4,7 @@
 #include "core/log/logtexts.h"
 #include "core/stats/localtime.h"
 
+#include <algorithm>
 #include <charconv>
 
 using namespace Qt::StringLiterals;
@@ -28,8 +29,13 @@ void AppendTwoDigits(int value, std::string* out) {
 // The texts of a name table's ids, in the file's code page.
 std::vector<std::string> EncodedNames(const CNameTable& table) {
     std::vector<std::string> names(table.Count());
-    for (std::uint32_t id = 0; id < table.Count(); ++id)
-        names[id] = Bytes(table.Display(id));
+    for (std::uint32_t id = 0; id < table.Count(); ++id) {
+        // ASCII reads and writes as itself; other bytes go through the display text.
+        const std::string_view text = table.Text(id);
+        const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+        names[id] = ascii && qsizetype(text.size()) == table.Display(id).size() ? std::string(text)
+                                                                                : Bytes(table.Display(id));
+    }
     return names;
 }
 
