@@ -4,6 +4,9 @@
 #include "ctl/ctlcommand.h"
 #include "ctl/daycommand.h"
 #include "ctl/userscommand.h"
+#include "ctl/exportcommand.h"
+#include "ctl/statscommand.h"
+#include "ctl/usagecommand.h"
 #include "platform/site/site.h"
 
 #include <QCoreApplication>
@@ -15,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand, kUsersCommand};
+constexpr std::array kCommands{kDayCommand, kStatsCommand, kUsageCommand, kExportCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"

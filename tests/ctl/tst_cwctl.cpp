@@ -17,6 +17,7 @@ private slots:
     void exitCodes();
     void csv();
     void jsonLines();
+    void exportSameAsConsole();
 
 private:
     QByteArray Run(const QStringList& args, int* exitCode);
@@ -60,6 +61,14 @@ void TestCwctl::exitCodes_data() {
     QTest::newRow("no site") << u"/missing"_s << QStringList{u"day"_s, u"2026-11-23"_s} << 1;
     QTest::newRow("day without log") << QString() << QStringList{u"day"_s, u"2026-11-24"_s} << 1;
     QTest::newRow("done") << QString() << QStringList{u"day"_s, u"2026-11-23"_s} << 0;
+    QTest::newRow("stats") << QString() << QStringList{u"stats"_s, u"2026-11-23"_s} << 0;
+    QTest::newRow("usage, bad format")
+        << QString() << QStringList{u"usage"_s, u"2026-11-23"_s, u"--format"_s, u"xml"_s} << 2;
+    QTest::newRow("export, From after To")
+        << QString()
+        << QStringList{u"export"_s, u"--from"_s, u"2026-11-23"_s, u"--to"_s, u"2026-11-22"_s, u"x"_s} << 2;
+    QTest::newRow("export, folder cannot be written")
+        << QString() << QStringList{u"export"_s, u"--all"_s, u"/dev/null/out.csv"_s} << 1;
 }
 
 void TestCwctl::exitCodes() {
@@ -111,6 +120,24 @@ void TestCwctl::jsonLines() {
     QCOMPARE(events[1][u"info"_s].toString(), u"say \"hi\""_s);
     QCOMPARE(events[2][u"server"_s].toString(), u"SRV2"_s);
     QCOMPARE(events[2][u"reason"_s].toInt(), 4);
+}
+
+void TestCwctl::exportSameAsConsole() {
+    QTemporaryDir dir;
+    int exitCode = -1;
+    Run({u"--site"_s, m_console->Root(), u"export"_s, u"--from"_s, u"2026-11-23"_s, u"--to"_s,
+         u"2026-11-23"_s, dir.filePath(u"ctl.csv"_s)},
+        &exitCode);
+    QCOMPARE(exitCode, 0);
+    QVERIFY(m_console->FetchAll());
+    const CSessionExportSettings settings{SessionExportMode::Range, 0, QDate(2026, 11, 23),
+                                          QDate(2026, 11, 23), dir.filePath(u"doc.csv"_s)};
+    QVERIFY(m_console->Doc().ExportSessions(settings).written);
+    QFile ctl(dir.filePath(u"ctl.csv"_s)), doc(settings.fileName);
+    QVERIFY(ctl.open(QIODevice::ReadOnly) && doc.open(QIODevice::ReadOnly));
+    const QByteArray bytes = doc.readAll();
+    QCOMPARE(bytes.count('\n'), 4);
+    QCOMPARE(ctl.readAll(), bytes);
 }
 
 QTEST_GUILESS_MAIN(TestCwctl)

@@ -11,6 +11,9 @@
 #include "core/ras/rasfunc.h"
 #include "core/ras/rraslibrary.h"
 #include "core/servers/serverlist.h"
+#include "core/stats/sessionexport.h"
+#include "core/stats/statistics.h"
+#include "core/stats/usagegraph.h"
 #include "core/ui/frame.h"
 
 #include <QObject>
@@ -167,6 +170,30 @@ public:
     bool TempUserSave(const QString& section);
     void TempUserReset();
     CTempUser m_tempUser;
+    // Figures, usage and export of the session history (docstats.cpp).
+    // Statistics of the loaded records, with the status texts; the view reads
+    // them through Statistics().
+    void Stat_Generate();
+    void Stat_CountNumberOfSessions();
+    void Stat_CoundSessionByHour();
+    const CDayStatistics& Statistics() const { return m_statistics; }
+    // The shown day as the main window's title shows it.
+    QString ShownDayText() const;
+    // "Save Stats to File": asks for the file, then writes the hourly table.
+    bool Stat_Save();
+    bool Stat_SaveToFile(const QString& path);
+    // Reloads the shown day (keepPath 0) and rebuilds its usage intervals.
+    const CUsageGraph& RebuildUsage();
+    const CUsageGraph& Usage() const { return m_usage; }
+    // The shown day for the usage bars, "now" from the clock.
+    CUsageDay UsageDay() const;
+    // Exports the days the settings choose, loading each as the views do, and
+    // shows the shown day again at the end. The file is written beside its
+    // name and takes the name only when the whole export is in it.
+    CSessionExportResult ExportSessions(const CSessionExportSettings& settings,
+                                        const CSessionExportProgress& progress = {});
+    // The days of a month that have a log file: bit d for day d.
+    quint32 LoggedDaysOfMonth(int year, int month) const;
 
     // Port and account operations over the RAS access layer.
     BOOL Update_ServerPortDataTemp(int serverIndex, const QString& portName);
@@ -227,6 +254,8 @@ private:
     std::shared_ptr<const CUserStore> m_users = EmptyUsers();
     OCL::DWORD m_usersLoadError = 0;
     int m_usersLoadFlags[2] = {};
+    CDayStatistics m_statistics;
+    CUsageGraph m_usage;
 };
 
 // The status-bar busy block: 25 pixels wide, from 24 pixels left of the pane,
