@@ -167,6 +167,35 @@ void CScreenshotTour::AddHistorySteps(CMainFrame* frame) {
     m_steps.push_back({3000, [this, frame] {
                            Save(frame, u"11-log-view-all"_s);
                        }});
+    m_steps.push_back({200, [this, frame] {
+                           CaptureModal(u"12-customize-view"_s, [frame] {
+                               if (auto* view = dynamic_cast<CLogView*>(frame->RightView()))
+                                   view->OnCustomizeView();
+                           });
+                       }});
+    m_steps.push_back({200, [this, frame] {
+                           CaptureModal(u"13-print-preview"_s, [frame] { frame->OnFilePrintPreview(); });
+                       }});
+    // The same printout on paper, as a PDF and, where poppler is installed, its first page as a picture.
+    m_steps.push_back({200, [this, frame] {
+                           CRightView* view = frame->RightView();
+                           if (!view || !view->CanPrint())
+                               return;
+                           const QString pdf = QDir(m_folder).filePath(u"14-log-print.pdf"_s);
+                           {
+                               QPrinter printer(QPrinter::HighResolution);
+                               printer.setOutputFormat(QPrinter::PdfFormat);
+                               printer.setOutputFileName(pdf);
+                               view->Print(&printer);
+                           }
+                           m_saved << pdf;
+                           const QString convert = QStandardPaths::findExecutable(u"pdftoppm"_s);
+                           if (!convert.isEmpty() &&
+                               QProcess::execute(convert, {u"-png"_s, u"-r"_s, u"100"_s, u"-f"_s, u"1"_s,
+                                                           u"-l"_s, u"1"_s, u"-singlefile"_s, pdf,
+                                                           QDir(m_folder).filePath(u"14-log-print"_s)}) == 0)
+                               m_saved << QDir(m_folder).filePath(u"14-log-print.png"_s);
+                       }});
     // One account's events: the first account the day logged.
     m_steps.push_back({200, [frame] {
                            auto* view = dynamic_cast<CLogView*>(frame->RightView());
@@ -181,35 +210,6 @@ void CScreenshotTour::AddHistorySteps(CMainFrame* frame) {
                            frame->ArrangeViews();
                        }});
     m_steps.push_back({2500, [this, frame] {
-                           Save(frame, u"12-log-view-user"_s);
-                       }});
-    m_steps.push_back({200, [this, frame] {
-                           CaptureModal(u"13-customize-view"_s, [frame] {
-                               if (auto* view = dynamic_cast<CLogView*>(frame->RightView()))
-                                   view->OnCustomizeView();
-                           });
-                       }});
-    m_steps.push_back({200, [this, frame] {
-                           CaptureModal(u"14-print-preview"_s, [frame] { frame->OnFilePrintPreview(); });
-                       }});
-    // The same printout on paper, as a PDF and, where poppler is installed, its first page as a picture.
-    m_steps.push_back({200, [this, frame] {
-                           CRightView* view = frame->RightView();
-                           if (!view || !view->CanPrint())
-                               return;
-                           const QString pdf = QDir(m_folder).filePath(u"15-log-print.pdf"_s);
-                           {
-                               QPrinter printer(QPrinter::HighResolution);
-                               printer.setOutputFormat(QPrinter::PdfFormat);
-                               printer.setOutputFileName(pdf);
-                               view->Print(&printer);
-                           }
-                           m_saved << pdf;
-                           const QString convert = QStandardPaths::findExecutable(u"pdftoppm"_s);
-                           if (!convert.isEmpty() &&
-                               QProcess::execute(convert, {u"-png"_s, u"-r"_s, u"100"_s, u"-f"_s, u"1"_s,
-                                                           u"-l"_s, u"1"_s, u"-singlefile"_s, pdf,
-                                                           QDir(m_folder).filePath(u"15-log-print"_s)}) == 0)
-                               m_saved << QDir(m_folder).filePath(u"15-log-print.png"_s);
+                           Save(frame, u"15-log-view-user"_s);
                        }});
 }

@@ -131,10 +131,9 @@ void CListPrintout::PaintPage(QPainter& painter, const QRect& page, int index, i
     // A heading too long for the page is set smaller rather than cut.
     const QString heading = m_heading(index + 1, count);
     QFont headingFont = HeadingFont();
-    const int headingWidth = Metrics(headingFont, painter).horizontalAdvance(heading) + pad;
-    if (headingWidth > page.width())
-        headingFont.setPointSizeF(
-            qMax(kSmallestPoints, headingFont.pointSizeF() * page.width() / headingWidth));
+    while (headingFont.pointSizeF() > kSmallestPoints &&
+           Metrics(headingFont, painter).horizontalAdvance(heading) + pad > page.width())
+        headingFont.setPointSizeF(qMax(kSmallestPoints, headingFont.pointSizeF() * 0.95));
     text(headingFont, page.left(), page.top() + kHeadingLines * line, page.width(), heading);
 
     const std::vector<Placed> placed = Place(page);

@@ -159,7 +159,8 @@ CLogView::CLogView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
 
 CLogView::~CLogView() {
     m_timer.stop();
-    TakeWidths();
+    if (m_columnsBuilt)
+        TakeWidths();
     QList<QVariant> widths;
     for (const int width : m_widths)
         widths.append(width);
@@ -175,7 +176,7 @@ int CLogView::TemplateWidth(int id) const {
                                                             "DOMAIN\\username",
                                                             "255.255.255.255",
                                                             "WORKSTATION01",
-                                                            "00000000:0000000000",
+                                                            "00000000.000000000000",
                                                             "99\"59'59",
                                                             "999,999,999",
                                                             "999,999,999"};
@@ -328,7 +329,10 @@ void CLogView::Restore(const Kept& kept) {
 }
 
 void CLogView::RebuildColumns() {
-    TakeWidths();
+    // Until the columns were first built, the header holds no width of the user's.
+    if (m_columnsBuilt)
+        TakeWidths();
+    m_columnsBuilt = true;
     m_model->SetColumns(Doc().m_historyColumns);
     m_model->SetFormat(Doc().LogCellFormat());
     ApplyWidths();

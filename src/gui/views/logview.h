@@ -93,6 +93,7 @@ private:
     QString m_path;
     qint64 m_lastSize = 0;
     bool m_sizeKnown = false;
+    bool m_columnsBuilt = false;
     // The last sort: the column id and the direction it was made with; -1 none.
     int m_sortId = -1;
     int m_sortDirection = 1;
