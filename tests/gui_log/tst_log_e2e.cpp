@@ -109,7 +109,7 @@ void TestLogEndToEnd::followsTheService() {
         CServicePipeClient::kSimulatorReplySize);
     // A refused connect is logged alone; an accepted one with its hang-up.
     const int logged = connected.reply.startsWith('0') ? 2 : 1;
-    QTRY_COMPARE_WITH_TIMEOUT(Rows(view, port, account), before + logged, CLogView::kTimerMs + 2000);
+    QTRY_COMPARE_WITH_TIMEOUT(Rows(view, port, account), before + logged, CLogView::kTimerMs + 3000);
 }
 
 void TestLogEndToEnd::savedFileIsCwctlDay_data() {
