@@ -17,9 +17,11 @@ CScriptedPrompter::Answer CScriptedPrompter::Message(const QString& text, const 
     return buttons == Buttons::Ok || buttons == Buttons::OkCancel ? Ok : Yes;
 }
 
-// No test answers a file dialog yet: each is cancelled.
-QString CScriptedPrompter::SaveFileName(const QString&, const QString&, const QString&, const QString&) {
-    return {};
+QString CScriptedPrompter::SaveFileName(const QString& caption, const QString&, const QString&,
+                                        const QString&) {
+    QMutexLocker lock(&m_mutex);
+    saveCaptions.append(caption);
+    return saveFileNames.isEmpty() ? QString() : saveFileNames.takeFirst();
 }
 
 QString CScriptedPrompter::OpenFileName(const QString&, const QString&, const QString&) {

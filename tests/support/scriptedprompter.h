@@ -27,6 +27,10 @@ public:
     QString OpenFileName(const QString& caption, const QString& fileName, const QString& filter) override;
 
     QList<Shown> Boxes() const;
+    // Paths the save-file dialogs answer, in order; then they are cancelled.
+    QStringList saveFileNames;
+    // The captions of the save-file dialogs shown.
+    QStringList saveCaptions;
     // Runs with each box before it is answered, as a modal box's event loop would.
     std::function<void(const Shown&)> onMessage;
     QStringList Texts() const;

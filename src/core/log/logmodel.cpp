@@ -98,11 +98,19 @@ QString CLogModel::CellText(int row, int column) const {
 void CLogModel::SortByColumn(int column) {
     if (column < 0 || column >= columnCount())
         return;
-    const int id = m_columns[std::size_t(column)];
-    // Numbers come largest first and names A to Z when the direction is +1.
-    const bool descending = IsNumeric(id) == (m_direction > 0);
+    const int direction = m_direction;
     m_direction = -m_direction;
-    if (m_rows.size() < 2)
+    SortById(m_columns[std::size_t(column)], direction);
+}
+
+bool CLogModel::SortsAscending(int id, int direction) {
+    // Numbers come largest first and names A to Z when the direction is +1.
+    return IsNumeric(id) != (direction > 0);
+}
+
+void CLogModel::SortById(int id, int direction) {
+    const bool descending = !SortsAscending(id, direction);
+    if (m_rows.size() < 2 || id < 0 || id >= LogColumn::Count)
         return;
 
     emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);

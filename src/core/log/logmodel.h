@@ -44,6 +44,11 @@ public:
     // Sorts by the shown column with the shared direction, then reverses it.
     void SortByColumn(int column);
     int SortDirection() const { return m_direction; }
+    // Sorts by a column id in the given direction, leaving the shared one as it
+    // is: puts a refilled list back into the order it was shown in.
+    void SortById(int id, int direction);
+    // Whether a sort in that direction puts the column's smallest values first.
+    static bool SortsAscending(int id, int direction);
 
     // The selected rows (all columns) as the clipboard gets them: each cell
     // and a comma, a blank for an empty cell, CRLF after each row.

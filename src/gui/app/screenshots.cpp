@@ -1,8 +1,10 @@
 #include "gui/app/screenshots.h"
 
+#include "core/log/logmodel.h"
 #include "gui/app/cwadminapp.h"
 #include "gui/dialogs/messagetouser.h"
 #include "gui/frame/mainframe.h"
+#include "gui/views/logview.h"
 #include "gui/views/nodeview.h"
 #include "gui/views/usersview.h"
 
@@ -11,6 +13,8 @@
 #include <QDir>
 #include <QPrinter>
 #include <QScrollBar>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTextStream>
 #include <QTreeView>
@@ -144,6 +148,7 @@ CScreenshotTour::CScreenshotTour(CCwadminApp& app, const QString& folder) : m_ap
     m_steps.push_back({1500, [this, frame] {
                            Save(frame, u"15-users-group"_s);
                        }});
+    AddHistorySteps(frame);
     m_steps.push_back({500, [this] {
                            QTextStream(stdout) << "Saved " << m_saved.size() << " pictures into "
                                                << QDir(m_folder).absolutePath() << "\n";
@@ -194,4 +199,61 @@ void CScreenshotTour::CaptureModal(const QString& name, const std::function<void
     });
     poll->start(100);
     open();
+}
+
+void CScreenshotTour::AddHistorySteps(CMainFrame* frame) {
+    // The day's history of the whole network.
+    m_steps.push_back({200, [frame] {
+                           if (CNodeView* tree = frame->NodeView())
+                               tree->setCurrentItem(tree->ServersRoot());
+                           frame->OnViewHistory();
+                       }});
+    m_steps.push_back({3000, [this, frame] {
+                           Save(frame, u"21-log-view-all"_s);
+                       }});
+    m_steps.push_back({200, [this, frame] {
+                           CaptureModal(u"22-customize-view"_s, [frame] {
+                               if (auto* view = dynamic_cast<CLogView*>(frame->RightView()))
+                                   view->OnCustomizeView();
+                           });
+                       }});
+    m_steps.push_back({200, [this, frame] {
+                           CaptureModal(u"23-log-print-preview"_s, [frame] { frame->OnFilePrintPreview(); });
+                       }});
+    // The same printout on paper, as a PDF and, where poppler is installed, its first page as a picture.
+    m_steps.push_back({200, [this, frame] {
+                           CRightView* view = frame->RightView();
+                           if (!view || !view->CanPrint())
+                               return;
+                           const QString pdf = QDir(m_folder).filePath(u"24-log-print.pdf"_s);
+                           {
+                               QPrinter printer(QPrinter::HighResolution);
+                               printer.setOutputFormat(QPrinter::PdfFormat);
+                               printer.setOutputFileName(pdf);
+                               view->Print(&printer);
+                           }
+                           m_saved << pdf;
+                           const QString convert = QStandardPaths::findExecutable(u"pdftoppm"_s);
+                           if (!convert.isEmpty() &&
+                               QProcess::execute(convert, {u"-png"_s, u"-r"_s, u"100"_s, u"-f"_s, u"1"_s,
+                                                           u"-l"_s, u"1"_s, u"-singlefile"_s, pdf,
+                                                           QDir(m_folder).filePath(u"24-log-print"_s)}) == 0)
+                               m_saved << QDir(m_folder).filePath(u"24-log-print.png"_s);
+                       }});
+    // One account's events: the first account the day logged.
+    m_steps.push_back({200, [frame] {
+                           auto* view = dynamic_cast<CLogView*>(frame->RightView());
+                           if (!view || view->Model()->rowCount() == 0)
+                               return;
+                           const auto store = frame->Document().LogRecords();
+                           const QString account = store->Record(view->Model()->RecordAt(0)).user;
+                           CCwadminDoc& doc = frame->Document();
+                           doc.m_selectionKind = NodeKind::User;
+                           doc.m_selectedDomain = account.section(u'\\', 0, 0);
+                           doc.m_selectedUser = account.section(u'\\', 1);
+                           frame->ArrangeViews();
+                       }});
+    m_steps.push_back({2500, [this, frame] {
+                           Save(frame, u"25-log-view-user"_s);
+                       }});
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 class CCwadminApp;
+class CMainFrame;
 class QWidget;
 
 class CScreenshotTour : public QObject {
@@ -26,6 +27,9 @@ private:
         std::function<void()> action;
     };
     void Next();
+    // History: the log view of the network and of one account, its customise
+    // page, a print preview and the printout as a PDF.
+    void AddHistorySteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,

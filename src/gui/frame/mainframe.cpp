@@ -1,5 +1,6 @@
 #include "gui/frame/mainframe.h"
 
+#include "core/log/logstore.h"
 #include "gui/app/artwork.h"
 #include "gui/app/icons.h"
 #include "gui/app/splash.h"
@@ -16,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
+#include <QPrinter>
 #include <QStatusBar>
 
 using namespace Qt::StringLiterals;
@@ -124,6 +126,13 @@ void CMainFrame::RefreshCaption() {
     const QDate day(m_doc.ShownYear(), m_doc.ShownMonth(), m_doc.ShownDay());
     setWindowTitle(
         u"Callwarden Administrator - [%1]"_s.arg(QLocale::system().toString(day, QLocale::LongFormat)));
+}
+
+void CMainFrame::ShowEventCount() {
+    if (m_doc.m_viewMode == ViewMode::Status)
+        m_panes[1]->clear();
+    else
+        m_panes[1]->setText(u"%1 Events"_s.arg(m_doc.LogRecords()->Count()));
 }
 
 void CMainFrame::ShowSplash(bool show) {

@@ -13,6 +13,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <memory>
+
 class CCwadminView;
 class CNodeView;
 class COutBar;
@@ -20,6 +22,7 @@ class CRightView;
 class CSplash;
 class QLabel;
 class QMenu;
+class QPrinter;
 
 inline constexpr int TIMER_ID_REFRESH_SERVER_DATA = 20;
 inline constexpr int kDefaultRefreshRate = 5000;
@@ -47,6 +50,9 @@ public:
     void EndWait() override;
     QString StatusText() const;
     QLabel* StatusPane(int pane) const { return m_panes[pane]; }
+    // Status pane 1: "%d Events" (the day's loaded records) in the history
+    // modes, nothing in Status mode.
+    void ShowEventCount();
 
     // Arranging the right pane.
     void ArrangeViews();
@@ -75,6 +81,14 @@ public:
     // Commands.
     bool OnSystemAddServer();
     void OnViewStatus();
+    void OnViewHistory();
+    // The System menu's save and print commands, for the view shown.
+    void OnFileSave();
+    void OnFilePrint();
+    void OnFilePrintPreview();
+    void OnFilePrintSetup();
+    // The printer the print commands share, so a setup holds for the next print.
+    QPrinter& Printer();
     void OnViewRefresh();
     void OnViewRefreshRate();
     void OnServerExplore();
@@ -130,6 +144,7 @@ private:
     QLabel* m_panes[3] = {};
     QPointer<CSplash> m_splash;
     QMap<QString, QAction*> m_commands;
+    std::unique_ptr<QPrinter> m_printer;
     QTimer m_refreshTimer;
     int m_refreshRate = kDefaultRefreshRate;
     int m_shownKind = -1;

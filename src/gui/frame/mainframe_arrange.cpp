@@ -103,15 +103,30 @@ int CMainFrame::OnOutbarNotify(int notice, int folder, int item) {
 void CMainFrame::SelectViewMode(int mode) {
     if (mode == ViewMode::Status)
         OnViewStatus();
-    // The history, usage and statistics views are not part of this console yet,
-    // so their items are not on the bar.
+    else if (mode == ViewMode::History)
+        OnViewHistory();
+    // The usage and statistics views are not part of this console yet, so
+    // their items are not on the bar.
 }
 
 void CMainFrame::OnViewStatus() {
     m_doc.m_viewMode = ViewMode::Status;
+    m_outBar->SetSelectedItem(ViewMode::Status);
     ArrangeViews();
     RefreshCaption();
-    m_panes[1]->clear();
+    ShowEventCount();
+}
+
+void CMainFrame::OnViewHistory() {
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't show history"_s);
+        return;
+    }
+    m_doc.m_viewMode = ViewMode::History;
+    m_outBar->SetSelectedItem(ViewMode::History);
+    ArrangeViews();
+    RefreshCaption();
+    ShowEventCount();
 }
 
 void CMainFrame::OnViewRefresh() {

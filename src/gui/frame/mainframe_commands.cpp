@@ -39,6 +39,11 @@ void CMainFrame::CreateCommands() {
         m_commands.insert(text, add);
     }
 
+    MakeCommand(u"Save Data &As..."_s, &CMainFrame::OnFileSave)->setShortcut(QKeySequence::Save);
+    MakeCommand(u"&Print..."_s, &CMainFrame::OnFilePrint)->setShortcut(QKeySequence::Print);
+    MakeCommand(u"Print Pre&view"_s, &CMainFrame::OnFilePrintPreview);
+    MakeCommand(u"Print Set&up..."_s, &CMainFrame::OnFilePrintSetup);
+
     auto* exit = new QAction(u"E&xit"_s, this);
     connect(exit, &QAction::triggered, this, &QWidget::close);
     m_commands.insert(exit->text(), exit);
@@ -49,6 +54,7 @@ void CMainFrame::CreateCommands() {
     MakeCommand(u"Prope&rties"_s, &CMainFrame::OnEditProperties, CIcons::CommandIcon(Command::Properties));
 
     MakeCommand(u"&Status View"_s, &CMainFrame::OnViewStatus, CIcons::ViewMode(0));
+    MakeCommand(u"&Log View"_s, &CMainFrame::OnViewHistory, CIcons::ViewMode(1));
     MakeCommand(u"&Refresh"_s, &CMainFrame::OnViewRefresh, CIcons::CommandIcon(Command::Refresh))
         ->setShortcut(QKeySequence(Qt::Key_F5));
     MakeCommand(u"Refresh R&ate..."_s, &CMainFrame::OnViewRefreshRate);
@@ -87,7 +93,18 @@ void CMainFrame::CreateMenusAndToolbar() {
     QMenu* system = menuBar()->addMenu(u"&System"_s);
     system->addAction(m_commands[u"Add RAS Server..."_s]);
     system->addSeparator();
+    system->addAction(m_commands[u"Save Data &As..."_s]);
+    system->addSeparator();
+    for (const QString& name : {u"&Print..."_s, u"Print Pre&view"_s, u"Print Set&up..."_s})
+        system->addAction(m_commands[name]);
+    system->addSeparator();
     system->addAction(m_commands[u"E&xit"_s]);
+    // Only a view that prints is offered the print commands.
+    connect(system, &QMenu::aboutToShow, this, [this] {
+        const bool printable = RightView() && RightView()->CanPrint();
+        m_commands[u"&Print..."_s]->setEnabled(printable);
+        m_commands[u"Print Pre&view"_s]->setEnabled(printable);
+    });
 
     QMenu* edit = menuBar()->addMenu(u"&Edit"_s);
     edit->addAction(m_commands[u"&Copy"_s]);
@@ -113,6 +130,8 @@ void CMainFrame::CreateMenusAndToolbar() {
 
     QMenu* view = menuBar()->addMenu(u"&View"_s);
     view->addAction(m_commands[u"&Status View"_s]);
+    if (CViewRegistry::Available(ViewClass::Log))
+        view->addAction(m_commands[u"&Log View"_s]);
     view->addSeparator();
     view->addAction(m_commands[u"Go &Back"_s]);
     view->addAction(m_commands[u"Go &Forward"_s]);

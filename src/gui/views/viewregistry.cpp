@@ -1,5 +1,6 @@
 #include "gui/views/viewregistry.h"
 
+#include "gui/views/logview.h"
 #include "gui/views/newport.h"
 #include "gui/views/portsview.h"
 #include "gui/views/serversview.h"
@@ -22,6 +23,7 @@ const std::map<ViewClass, ViewFactory>& Makers() {
         {ViewClass::Ports, Maker<CPortsView>()},
         {ViewClass::PortStatus, Maker<CNewPort>()},
         {ViewClass::Users, Maker<CUsersView>()},
+        {ViewClass::Log, Maker<CLogView>()},
     };
     return makers;
 }
