@@ -3,10 +3,10 @@
 
 #include "ctl/ctlcommand.h"
 #include "ctl/daycommand.h"
-#include "ctl/userscommand.h"
 #include "ctl/exportcommand.h"
 #include "ctl/statscommand.h"
 #include "ctl/usagecommand.h"
+#include "ctl/userscommand.h"
 #include "platform/site/site.h"
 
 #include <QCoreApplication>
@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand, kStatsCommand, kUsageCommand, kExportCommand};
+constexpr std::array kCommands{kDayCommand, kStatsCommand, kUsageCommand, kExportCommand, kUsersCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"
