@@ -93,6 +93,10 @@ void TestMainFrame::serverCommandsFollowTheSelectedServer() {
     // ... or a row of the servers view.
     auto* servers = dynamic_cast<CServersView*>(frame.RightView());
     QVERIFY(servers);
+    // The replaced ports view, whose deletion is deferred, hears no more notices.
+    const std::vector<IView*>& views = console.Doc().Views();
+    QCOMPARE(std::count_if(views.begin(), views.end(), [](IView* v) { return dynamic_cast<CRightView*>(v); }),
+             1);
     servers->List()->setCurrentIndex(servers->Model()->index(servers->FindServer(u"RRAS2"_s), 0));
     QCOMPARE(ServiceCommands(frame), stopped);
 

@@ -44,6 +44,8 @@ bool CCwadminView::ReplaceView(const ViewFactory& factory, const QString& captio
     const QList<int> sizes = m_splitter->sizes();
     QWidget* old = m_splitter->widget(1);
     m_splitter->replaceWidget(1, view);
+    if (auto* oldView = qobject_cast<CRightView*>(old))
+        oldView->Detach();
     if (old)
         old->deleteLater();
     if (sizes.size() == 2)

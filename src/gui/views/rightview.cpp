@@ -6,7 +6,13 @@ CRightView::CRightView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent
 }
 
 CRightView::~CRightView() {
-    m_doc.RemoveView(this);
+    Detach();
+}
+
+void CRightView::Detach() {
+    if (m_attached)
+        m_doc.RemoveView(this);
+    m_attached = false;
 }
 
 void CRightView::OnUpdate(IView*, int, const CHintObject*) {}

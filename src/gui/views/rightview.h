@@ -19,6 +19,9 @@ public:
 
     CCwadminDoc& Doc() const { return m_doc; }
     CMainFrame& Frame() const { return m_frame; }
+    // Stops the document's notices at once: a replaced view lives on until
+    // its deferred deletion, which may come after the document is gone.
+    void Detach();
 
     // The first-show notice the container sends after putting the view in place.
     virtual void OnInitialUpdate() {}
@@ -37,4 +40,5 @@ public:
 private:
     CCwadminDoc& m_doc;
     CMainFrame& m_frame;
+    bool m_attached = true;
 };
