@@ -62,3 +62,14 @@ QString CCtlSite::LocalFile(const QString& path) const {
     const QFileInfo info(file);
     return info.isFile() && info.isReadable() ? file : QString();
 }
+
+bool CCtlSite::LoadDay(const QDate& day, QString* error) {
+    m_doc->NavigateTo(day.year(), day.month(), day.day());
+    const QString path = m_doc->CreateCurrentFileName();
+    if (LocalFile(path).isEmpty()) {
+        *error = QStringLiteral("cannot read the day %1: no file %2").arg(day.toString(Qt::ISODate), path);
+        return false;
+    }
+    m_doc->LoadLogRecords(0);
+    return true;
+}

@@ -10,6 +10,7 @@
 #include "ctl/ctlprompter.h"
 #include "ini/inifile.h"
 
+#include <QDate>
 #include <QString>
 
 #include <memory>
@@ -30,6 +31,9 @@ public:
     CCtlPrompter& Prompter() { return m_prompter; }
     // A console path (\\HOST\SHARE\...) as a file this process can read; empty when none.
     QString LocalFile(const QString& path) const;
+    // Shows the day as the console does and loads its log; false with a
+    // message when the day has no readable file.
+    bool LoadDay(const QDate& day, QString* error);
 
 private:
     std::unique_ptr<OCL::Platform> m_platform;

@@ -16,13 +16,8 @@ int OpenCtlDay(CCtlSite& ctl, const QString& site, const QStringList& positional
     QString error;
     if (!ctl.Open(site, &error))
         return CtlFail(error, CtlExit::Unreadable);
-    CCwadminDoc& doc = ctl.Doc();
-    doc.NavigateTo(day.year(), day.month(), day.day());
-    const QString path = doc.CreateCurrentFileName();
-    if (ctl.LocalFile(path).isEmpty())
-        return CtlFail(u"cannot read the day %1: no file %2"_s.arg(day.toString(Qt::ISODate), path),
-                       CtlExit::Unreadable);
-    doc.LoadLogRecords(0);
+    if (!ctl.LoadDay(day, &error))
+        return CtlFail(error, CtlExit::Unreadable);
     return -1;
 }
 
