@@ -40,8 +40,9 @@ CSystemGreetings::CSystemGreetings(CCwadminDoc& document, QWidget* parent)
     : CPropertyPage(u"Greetings"_s, kHelpContext, parent), m_doc(document) {
     setObjectName(u"systemGreetings"_s);
     auto* layout = new QVBoxLayout(this);
-    auto* about = new QLabel(u"Greeting Messages: the service sends the text of each enabled rule to a user "
-                             u"who connects on a port."_s,
+    auto* about = new QLabel(u"Greeting Messages: when a user connects on a port, the service sends the text "
+                             u"of the enabled rule that fits: the port's time limit first, then the user's "
+                             u"time limits, then the message for everyone."_s,
                              this);
     about->setWordWrap(true);
     layout->addWidget(about);
@@ -55,7 +56,8 @@ CSystemGreetings::CSystemGreetings(CCwadminDoc& document, QWidget* parent)
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
         item->setCheckState(0, Qt::Unchecked);
     }
-    m_rules->setFixedHeight(m_rules->sizeHintForRow(0) * 3 + m_rules->header()->sizeHint().height() + 6);
+    m_rules->setFixedHeight(m_rules->sizeHintForRow(0) * 3 + m_rules->header()->sizeHint().height() +
+                            2 * m_rules->frameWidth() + 8);
     layout->addWidget(m_rules);
     layout->addWidget(new QLabel(u"Message Rule Text:"_s, this));
     m_text = new QPlainTextEdit(this);
@@ -148,6 +150,8 @@ void CSystemNotifications::OnLoad() {
         m_on[level]->setChecked(from.on);
         m_seconds[level]->setText(from.on ? from.seconds : QString());
         m_text[level]->setText(from.on ? from.text : QString());
+        // The start of a long text, not its end.
+        m_text[level]->setCursorPosition(0);
     }
     UpdateWidgets();
 }
@@ -164,8 +168,8 @@ CSystemDailyReport::CSystemDailyReport(CCwadminDoc& document, QWidget* parent)
     : CPropertyPage(u"Daily Report"_s, kHelpContext, parent), m_doc(document) {
     setObjectName(u"systemDailyReport"_s);
     auto* layout = new QVBoxLayout(this);
-    auto* about = new QLabel(u"The service can send a status report of the day's sessions by e-mail every "
-                             u"day."_s,
+    auto* about = new QLabel(u"The service can send a status report of the previous day's sessions by "
+                             u"e-mail every day."_s,
                              this);
     about->setWordWrap(true);
     layout->addWidget(about);
@@ -173,7 +177,8 @@ CSystemDailyReport::CSystemDailyReport(CCwadminDoc& document, QWidget* parent)
     m_off->setObjectName(u"reportOff"_s);
     m_kind[0] = new QRadioButton(u"Send a short report: the day's totals"_s, this);
     m_kind[0]->setObjectName(u"reportShort"_s);
-    m_kind[1] = new QRadioButton(u"Send a full report: the day's totals and every account's figures"_s, this);
+    m_kind[1] =
+        new QRadioButton(u"Send a full report: the day's totals and the connections of every hour"_s, this);
     m_kind[1]->setObjectName(u"reportFull"_s);
     for (QRadioButton* option : {m_off, m_kind[0], m_kind[1]}) {
         layout->addWidget(option);
@@ -185,6 +190,7 @@ CSystemDailyReport::CSystemDailyReport(CCwadminDoc& document, QWidget* parent)
     auto* form = new QFormLayout;
     m_hour = new QComboBox(this);
     m_hour->setObjectName(u"hour"_s);
+    m_hour->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     for (int hour = 0; hour < 24; ++hour)
         m_hour->addItem(u"%1:00"_s.arg(hour, 2, 10, QChar(u'0')), QString::number(hour));
     m_to = NamedEdit(u"to"_s, 599, this);

@@ -16,6 +16,8 @@ std::unique_ptr<CPropertySheet> CreateSystemSettings(CCwadminDoc& document, QWid
     sheet->AddPage(new CSystemNotifications(document));
     sheet->AddPage(new CSystemGreetings(document));
     sheet->SetHelpHandler([page = sheet.get()](int context) { CHelp::Show(context, page); });
+    // Room for the database tree and the greeting texts.
+    sheet->resize(540, 500);
     return sheet;
 }
 
