@@ -3,6 +3,7 @@
 
 #include "ctl/ctlcommand.h"
 #include "ctl/daycommand.h"
+#include "ctl/dbcommand.h"
 #include "ctl/exportcommand.h"
 #include "ctl/statscommand.h"
 #include "ctl/usagecommand.h"
@@ -18,7 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand, kStatsCommand, kUsageCommand, kExportCommand, kUsersCommand};
+constexpr std::array kCommands{kDayCommand,   kStatsCommand, kUsageCommand,   kExportCommand,
+                               kUsersCommand, kDbCommand,    kMigrateCommand, kDeleteCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"

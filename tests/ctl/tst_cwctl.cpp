@@ -18,6 +18,8 @@ private slots:
     void csv();
     void jsonLines();
     void exportSameAsConsole();
+    void database_data();
+    void database();
 
 private:
     QByteArray Run(const QStringList& args, int* exitCode);
@@ -138,6 +140,64 @@ void TestCwctl::exportSameAsConsole() {
     const QByteArray bytes = doc.readAll();
     QCOMPARE(bytes.count('\n'), 4);
     QCOMPARE(ctl.readAll(), bytes);
+}
+
+void TestCwctl::database_data() {
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("after"); // LogData files | OldData files
+    QTest::addColumn<QString>("printed");
+    const QString today = QDate::currentDate().toString(u"yyyy-MMM-dd"_s);
+    QTest::newRow("db")
+        << QStringList{u"db"_s} << 0 << "2000-Jan-01,2000-Jan-02|2000-Jan-02"
+        << "Database: \\\\PDC1\\CW_NT_DB\n  User Profiles: 0 bytes\n  Port Profiles: 0 bytes\n"
+           "  Current Session Data: 2 files, total of 8 bytes\n    2000-Jan-01: 3 bytes\n"
+           "    2000-Jan-02: 5 bytes\n  Migrated Session Data: 1 files, total of 3 bytes\n"
+           "    2000-Jan-02: 3 bytes\n";
+    QTest::newRow("asks nothing, refuses")
+        << QStringList{u"migrate"_s, u"2000-Jan-01"_s} << 2 << "2000-Jan-01,2000-Jan-02|2000-Jan-02"
+        << "";
+    QTest::newRow("migrate a day") << QStringList{u"migrate"_s, u"2000-Jan-01"_s, u"--yes"_s} << 0
+                                   << "2000-Jan-02|2000-Jan-01,2000-Jan-02"
+                                   << "1 files migrated\n";
+    QTest::newRow("migrate onto existing")
+        << QStringList{u"migrate"_s, u"--yes"_s, u"2000-Jan-02"_s} << 0 << "2000-Jan-01|2000-Jan-02"
+        << "1 files migrated\n";
+    QTest::newRow("older than") << QStringList{u"migrate"_s, u"--older-than"_s, u"7"_s, u"--yes"_s} << 0
+                                << "|2000-Jan-01,2000-Jan-02"
+                                << "2 files migrated\n";
+    QTest::newRow("delete") << QStringList{u"delete"_s, u"2000-Jan-02"_s, u"--yes"_s} << 0
+                            << "2000-Jan-01|2000-Jan-02"
+                            << "1 files deleted\n";
+    QTest::newRow("delete, no such day")
+        << QStringList{u"delete"_s, today, u"--yes"_s} << 1 << "2000-Jan-01,2000-Jan-02|2000-Jan-02"
+        << "";
+}
+
+void TestCwctl::database() {
+    QFETCH(QStringList, args);
+    QFETCH(int, code);
+    QFETCH(QString, after);
+    QFETCH(QString, printed);
+    CTestConsole console([](CSiteWriter& w) {
+        CTestConsole::AddServer(w, u"PDC1"_s, u"RAS"_s, u"4.0"_s, 1, true);
+        w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"LogData/2000-Jan-01.log"_s, "new");
+        w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"LogData/2000-Jan-02.log"_s, "newer");
+        w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"OldData/2000-Jan-02.log"_s, "old");
+    });
+    int exitCode = -1;
+    QCOMPARE(QString::fromLocal8Bit(Run(QStringList{u"--site"_s, console.Root()} + args, &exitCode)),
+             printed);
+    QCOMPARE(exitCode, code);
+    const QString share = console.Writer().SharePath(u"PDC1"_s, u"CW_NT_DB"_s);
+    QStringList found;
+    for (const QString& folder : {u"/LogData"_s, u"/OldData"_s})
+        found.append(QDir(share + folder).entryList(QDir::Files, QDir::Name).join(u',').remove(u".log"_s));
+    QCOMPARE(found.join(u'|'), after);
+    // A target that existed keeps its own content.
+    QFile old(share + u"/OldData/2000-Jan-02.log"_s);
+    if (!args.contains(u"--older-than"_s) && old.open(QIODevice::ReadOnly))
+        QCOMPARE(old.readAll(), QByteArray("old"));
 }
 
 QTEST_GUILESS_MAIN(TestCwctl)

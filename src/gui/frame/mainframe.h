@@ -80,6 +80,7 @@ public:
 
     // Commands.
     bool OnSystemAddServer();
+    void OnSystemSettings();
     void OnViewStatus();
     void OnViewHistory();
     // The System menu's save and print commands, for the view shown.

@@ -11,6 +11,7 @@
 #include "gui/frame/refreshrate.h"
 #include "gui/pages/portproperties.h"
 #include "gui/pages/serverproperties.h"
+#include "gui/pages/systemsettings.h"
 #include "gui/toolkit/help.h"
 #include "gui/views/nodeview.h"
 #include "gui/views/rightview.h"
@@ -37,6 +38,11 @@ void CMainFrame::CreateCommands() {
         auto* add = new QAction(CIcons::CommandIcon(Command::AddServer), text, this);
         connect(add, &QAction::triggered, this, [this] { OnSystemAddServer(); });
         m_commands.insert(text, add);
+    }
+    for (const QString& text : {u"System Settings..."_s, u"&System Settings..."_s}) {
+        auto* settings = new QAction(text, this);
+        connect(settings, &QAction::triggered, this, &CMainFrame::OnSystemSettings);
+        m_commands.insert(text, settings);
     }
 
     MakeCommand(u"Save Data &As..."_s, &CMainFrame::OnFileSave)->setShortcut(QKeySequence::Save);
@@ -92,6 +98,7 @@ void CMainFrame::CreateCommands() {
 void CMainFrame::CreateMenusAndToolbar() {
     QMenu* system = menuBar()->addMenu(u"&System"_s);
     system->addAction(m_commands[u"Add RAS Server..."_s]);
+    system->addAction(m_commands[u"System Settings..."_s]);
     system->addSeparator();
     system->addAction(m_commands[u"Save Data &As..."_s]);
     system->addSeparator();
@@ -196,6 +203,10 @@ void CMainFrame::UpdateServerCommands(bool requery) {
 bool CMainFrame::OnSystemAddServer() {
     CAddServers dialog(m_doc, *this, this);
     return dialog.exec() == QDialog::Accepted;
+}
+
+void CMainFrame::OnSystemSettings() {
+    ShowSystemSettings(m_doc, this);
 }
 
 void CMainFrame::StartServiceDialog(bool trackingService, bool start) {

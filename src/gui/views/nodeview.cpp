@@ -381,7 +381,7 @@ QString CNodeView::MenuNameFor(const QTreeWidgetItem* item) const {
 QStringList CNodeView::MenuItemsFor(const QTreeWidgetItem* item) const {
     switch (Image(item)) {
     case 0:
-        return {u"&Add RAS server..."_s};
+        return {u"&Add RAS server..."_s, u"&System Settings..."_s};
     case 1:
         return {u"&Explore"_s,         u"St&art RAS"_s,     u"St&op RAS"_s,  u"S&tart Callwarden"_s,
                 u"&Stop Callwarden"_s, u"&Remove Server"_s, u"&Properties"_s};

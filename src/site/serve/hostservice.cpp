@@ -6,9 +6,11 @@
 #include "site/gen/traffic.h"
 
 #include <QDateTime>
+#include <QSet>
 
 #include <fstream>
 #include <iterator>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
@@ -74,7 +76,8 @@ double Uniform(std::mt19937& rng, double from, double to) {
 } // namespace
 
 CHostService::CHostService(CServeContext& context, OCL::Site::HostInfo host, int number)
-    : m_context(context), m_host(std::move(host)), m_number(number) {}
+    : m_context(context), m_host(std::move(host)), m_number(number),
+      m_notices(context, QString::fromStdString(m_host.name)) {}
 
 void CHostService::Start(qint64 now) {
     m_running = true;
@@ -339,12 +342,17 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
     const qint64 mask = CwText::ToNumber(hwDoc->Find("Greetings", "RuleMask").value_or("0"));
     CwDayLog::Event e;
     e.account = CwText::ToAnsi(section);
-    if ((mask & 4) && portProfile.maxSessionTime > 0)
+    int greeting = -1;
+    if ((mask & 4) && portProfile.maxSessionTime > 0) {
+        greeting = 2;
         e.info = "Greeting sent: port limit " + std::to_string(portProfile.maxSessionTime / 60) + " min";
-    else if ((mask & 2) && caller.limits->HasTimeLimit())
+    } else if ((mask & 2) && caller.limits->HasTimeLimit()) {
+        greeting = 1;
         e.info = "Greeting sent: account with time limits";
-    else if (mask & 1)
+    } else if (mask & 1) {
+        greeting = 0;
         e.info = "Greeting sent";
+    }
     qint64 key = now;
     Log(*root, portSpelled, now, e, &key);
     CwRules::CountConnect(stats, key);
@@ -354,6 +362,7 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
     CwProfiles::WriteStats(edit, section, stats);
     files.Apply(usr, edit);
     m_held.insert(portSpelled.toUpper(), held);
+    m_notices.Greet(*root, greeting, user, now);
     WriteStatus();
     m_context.Print(where + u"  "_s + section + u" connected from "_s + computer + u", IP "_s +
                     QString::fromStdString(OCL::Site::DottedAddress(held.ip)) +
@@ -491,6 +500,8 @@ void CHostService::Tick(qint64 now, double seconds) {
             }
             if (!reason && h.plannedEnd && now >= h.plannedEnd)
                 reason = CwRules::Hangup;
+            if (!reason && root)
+                WarnBeforeEnd(*hw, *usr, h, now);
             if (reason) {
                 ended.append({h, now, reason});
                 p->EndSession();
@@ -500,6 +511,10 @@ void CHostService::Tick(qint64 now, double seconds) {
         }
         return changed;
     });
+    QSet<QString> live;
+    for (const Held& h : std::as_const(m_held))
+        live.insert(SessionKey(h));
+    m_notices.Keep(live);
     for (Ended& e : ended) {
         // Now and then a caller's own hang-up is logged in the short form.
         if (e.reason == CwRules::Hangup && Uniform(m_context.rng, 0, 1) < 0.3)
@@ -552,4 +567,30 @@ bool CHostService::Simulate(qint64 now) {
     }
     Connect(port, domain + u'\\' + user, u"PC-"_s + user.toUpper().left(12), now, plan);
     return true;
+}
+
+QString CHostService::SessionKey(const Held& held) {
+    return held.port.toUpper() + u'@' + QString::number(held.start);
+}
+
+void CHostService::WarnBeforeEnd(const OCL::Ini::Document& hw, const OCL::Ini::Document& usr,
+                                 const Held& held, qint64 now) {
+    const Caller caller = Identify(usr, nullptr, held.domain, held.user);
+    if (!caller.limits)
+        return;
+    const CUserStats stats = caller.account ? caller.account->stats : CUserStats{};
+    const CPortProfile port = CwProfiles::ReadPortProfile(hw, Name(), held.port);
+    const qint64 idle = port.idleMinutes > 0 ? port.idleMinutes : m_settings.idleTimer;
+    constexpr qint64 kNever = std::numeric_limits<qint64>::max();
+    const CwRules::SessionEnd end =
+        CwRules::PlanEnd(*caller.limits, stats, port, idle, held.start, kNever, held.idleFrom);
+    if (end.reason != CwRules::Hangup && end.time != kNever)
+        m_notices.Warn(hw, SessionKey(held), held.user, end.time, now);
+}
+
+void CHostService::Daily(qint64 now) {
+    if (!m_running || !m_settings.master)
+        return;
+    if (const auto root = DataRoot())
+        m_notices.Daily(*root, now);
 }

@@ -12,6 +12,7 @@
 #include "site/gen/logformat.h"
 #include "site/gen/profiles.h"
 #include "site/serve/servecontext.h"
+#include "site/serve/servicenotices.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -57,6 +58,8 @@ public:
                     const Plan& plan);
     // A simulated caller dials in on an idle port. False when no port is free.
     bool Simulate(qint64 now);
+    // The primary server's once-a-day work (servicenotices.h).
+    void Daily(qint64 now);
 
 private:
     struct Held {
@@ -97,6 +100,10 @@ private:
     bool ConnectedAnywhere(const QString& domain, const QString& user);
     quint32 Address(int portIndex, const CUserProfile& limits, const CPortProfile& portProfile);
     Held NewHeld(const OCL::Site::PortRecord& port, qint64 now);
+    // The warnings due before the service ends the session by a limit.
+    void WarnBeforeEnd(const OCL::Ini::Document& hw, const OCL::Ini::Document& usr, const Held& held,
+                       qint64 now);
+    static QString SessionKey(const Held& held);
 
     CServeContext& m_context;
     OCL::Site::HostInfo m_host;
@@ -108,4 +115,5 @@ private:
     QMap<QString, Held> m_held;         // by upper-cased port name
     QHash<QString, qint64> m_lockedOut; // upper-cased account -> end of its idle lock-out
     int m_ipCounter = 0;
+    CServiceNotices m_notices;
 };

@@ -100,8 +100,10 @@ void CSiteService::Poll() {
 void CSiteService::Tick() {
     const qint64 nowMs = NowMs();
     const double seconds = double(m_sinceTick.restart()) / 1000.0;
-    for (Host& host : m_hosts)
+    for (Host& host : m_hosts) {
         host.service->Tick(nowMs / 1000, seconds);
+        host.service->Daily(nowMs / 1000);
+    }
     if (m_rate <= 0)
         return;
     std::vector<CHostService*> dialin;
