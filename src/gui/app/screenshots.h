@@ -30,6 +30,10 @@ private:
     // History: the log view of the network and of one account, its customise
     // page, a print preview and the printout as a PDF.
     void AddHistorySteps(CMainFrame* frame);
+    // Statistics, usage, their printouts, the calendar and the export.
+    void AddStatsSteps(CMainFrame* frame);
+    // Prints the view shown to a PDF and, where poppler is installed, its first page to a picture.
+    void PrintToPicture(CMainFrame* frame, const QString& name);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,

@@ -16,6 +16,7 @@ CCalendarJump::CCalendarJump(const CCwadminDoc& document, const QDate& shown, QW
     m_calendar = new QCalendarWidget(this);
     m_calendar->setObjectName(u"calendar"_s);
     m_calendar->setFirstDayOfWeek(Qt::Sunday);
+    m_calendar->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
     connect(m_calendar, &QCalendarWidget::currentPageChanged, this, &CCalendarJump::MarkLoggedDays);
     const QDate start = shown.isValid() ? shown : QDate::currentDate();
     m_calendar->setSelectedDate(start);

@@ -57,6 +57,7 @@ CStatView::CStatView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     m_scroll = new QScrollArea(this);
     m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setBackgroundRole(QPalette::Base);
     m_canvas = new QWidget;
     m_canvas->setObjectName(u"statCanvas"_s);
     m_canvas->setAutoFillBackground(true);
@@ -99,6 +100,7 @@ void CStatView::Regenerate() {
     if (!self)
         return;
     Doc().Stat_Generate();
+    Frame().ShowEventCount();
     m_shown = Drawing(false);
     Relayout();
 }
@@ -132,11 +134,12 @@ bool CStatView::eventFilter(QObject* watched, QEvent* event) {
 CDrawList CStatView::Drawing(bool printing) const {
     const CDayStatistics& stats = Doc().Statistics();
     CDrawList list;
-    list.fonts = {Arial(12), Arial(13, true), Arial(10), Arial(15, true)};
+    list.fonts = {Arial(11), Arial(13, true), Arial(9), Arial(13, true)};
     const int scale = stats.graphScale == 0 ? 5 : int(stats.graphScale);
 
     if (printing) {
-        list.AddText(QRect(30, 10 - 16, 420, 18), u"Callwarden RAS Report for %1"_s.arg(Doc().ShownDayText()),
+        list.AddText(QRect(30, 10 - 16, kWidth - 30, 18),
+                     u"Callwarden RAS Report for %1"_s.arg(Doc().ShownDayText()),
                      Qt::AlignLeft | Qt::AlignBottom, PrintTitle);
     } else {
         list.AddText(QRect(30, 14 - 12, 300, 14), u"Connections by Hour"_s, Qt::AlignLeft | Qt::AlignTop,
@@ -175,7 +178,8 @@ CDrawList CStatView::Drawing(bool printing) const {
 
     for (const CDayStatistics::PanelLine& line : stats.Panel()) {
         const bool heading = line.value.isEmpty() && line.label == u"Statistics"_s;
-        list.AddText(QRect(30, line.y, 220, 15), line.label, Qt::AlignLeft | Qt::AlignTop,
+        // The heading's larger face stands above its line rather than over the next.
+        list.AddText(QRect(30, line.y - (heading ? 5 : 0), 220, 15), line.label, Qt::AlignLeft | Qt::AlignTop,
                      heading ? Heading : Label);
         if (!line.value.isEmpty())
             list.AddText(QRect(250, line.y, 210, 15), line.value, Qt::AlignLeft | Qt::AlignTop, Label);

@@ -93,6 +93,7 @@ void CUseView::Rebuild() {
     Doc().RebuildUsage();
     if (!self)
         return;
+    Frame().ShowEventCount();
     m_shown = Drawing(0, LaneCount());
     Relayout();
 }
