@@ -37,15 +37,15 @@ std::vector<const CDrawItem*> CDrawList::Texts(const QString& text) const {
     return found;
 }
 
-void CDrawList::Paint(QPainter& painter, qreal scaleX, qreal scaleY, int top, int bottom) const {
+void CDrawList::Paint(QPainter& painter, qreal scaleX, qreal scaleY, int shift, int from, int to) const {
     painter.save();
     painter.scale(scaleX, scaleY);
-    painter.translate(0, -top);
+    painter.translate(0, -shift);
     for (const CDrawItem& item : items) {
         const bool isLine = item.kind == CDrawItem::Line || item.kind == CDrawItem::DottedLine;
         const int y1 = isLine ? std::min(item.line.y1(), item.line.y2()) : item.rect.top();
         const int y2 = isLine ? std::max(item.line.y1(), item.line.y2()) : item.rect.bottom();
-        if (y2 < top || y1 >= bottom)
+        if (y2 < from || y1 >= to)
             continue;
         switch (item.kind) {
         case CDrawItem::Fill:

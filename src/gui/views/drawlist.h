@@ -9,6 +9,7 @@
 #include <QRect>
 #include <QString>
 
+#include <climits>
 #include <vector>
 
 class QPainter;
@@ -35,7 +36,8 @@ struct CDrawList {
     // The items whose text is text.
     std::vector<const CDrawItem*> Texts(const QString& text) const;
 
-    // Paints the items whose logical y range meets [top, bottom), moved up by
-    // top, at the painter's current transformation times the scale.
-    void Paint(QPainter& painter, qreal scaleX, qreal scaleY, int top = 0, int bottom = 1 << 30) const;
+    // Paints the items whose logical y range meets [from, to), moved up by
+    // shift, at the painter's current transformation times the scale.
+    void Paint(QPainter& painter, qreal scaleX, qreal scaleY, int shift = 0, int from = INT_MIN,
+               int to = INT_MAX) const;
 };

@@ -5,6 +5,7 @@
 #include "gui/toolkit/printout.h"
 
 #include <QEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPointer>
 #include <QScrollArea>
@@ -116,10 +117,13 @@ void CUseView::Relayout() {
 
 bool CUseView::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_canvas && event->type() == QEvent::Paint) {
+        // Only the lanes in the exposed band: a big day has hundreds of thousands of bars.
+        const QRect exposed = static_cast<QPaintEvent*>(event)->rect();
         QPainter painter(m_canvas);
-        painter.fillRect(m_canvas->rect(), Qt::white);
+        painter.fillRect(exposed, Qt::white);
         const qreal scale = Scale();
-        m_shown.Paint(painter, scale, scale);
+        m_shown.Paint(painter, scale, scale, 0, int(exposed.top() / scale) - 1,
+                      int(exposed.bottom() / scale) + 2);
         return true;
     }
     if (watched == m_scroll->viewport() && event->type() == QEvent::Resize)
