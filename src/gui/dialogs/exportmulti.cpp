@@ -126,8 +126,13 @@ void CExportMulti::OnExport() {
     CExportMultiProgress progress(m_doc, settings, this);
     progress.exec();
     m_result = progress.Result();
-    if (m_result.written && !m_result.notes.isEmpty())
-        m_doc.Environment().Prompter().Message(m_result.notes.join(u'\n'), {}, IPrompter::Icon::Information,
+    QStringList notes = m_result.notes;
+    // A header alone would otherwise pass for an export of quiet days.
+    if (m_result.written && m_result.events == 0)
+        notes << u"No sessions were logged on the chosen days: %1 holds only the header line."_s.arg(
+            settings.fileName);
+    if (m_result.written && !notes.isEmpty())
+        m_doc.Environment().Prompter().Message(notes.join(u'\n'), {}, IPrompter::Icon::Information,
                                                IPrompter::Buttons::Ok);
     // A failed or cancelled export leaves the dialog open to try again.
     if (m_result.written)
