@@ -149,6 +149,7 @@ CScreenshotTour::CScreenshotTour(CCwadminApp& app, const QString& folder) : m_ap
                            Save(frame, u"15-users-group"_s);
                        }});
     AddHistorySteps(frame);
+    AddStatsSteps(frame);
     AddSettingsSteps(frame);
     m_steps.push_back({500, [this] {
                            QTextStream(stdout) << "Saved " << m_saved.size() << " pictures into "

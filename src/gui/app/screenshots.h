@@ -30,6 +30,10 @@ private:
     // History: the log view of the network and of one account, its customise
     // page, a print preview and the printout as a PDF.
     void AddHistorySteps(CMainFrame* frame);
+    // Statistics, usage, their printouts, the calendar and the export.
+    void AddStatsSteps(CMainFrame* frame);
+    // Prints the view shown to a PDF and, where poppler is installed, its first page to a picture.
+    void PrintToPicture(CMainFrame* frame, const QString& name);
     // The system settings sheet, page by page, and the archiving sheet.
     void AddSettingsSteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);

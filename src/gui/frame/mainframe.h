@@ -102,6 +102,9 @@ public:
     void OnPortDisconnect();
     void OnPortProperties();
     void OnToolsSimulate();
+    void OnToolsExport();
+    void OnViewUsage();
+    void OnViewStatistics();
     void OnGoBack();
     void OnGoForward();
     void OnGoCalendar();
@@ -130,6 +133,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    // Shows a history, usage or statistics mode, which all need the master server.
+    void ShowDayView(int mode, const QString& refusal);
     void CreateLayout();
     void CreateCommands();
     void CreateMenusAndToolbar();

@@ -105,8 +105,10 @@ void CMainFrame::SelectViewMode(int mode) {
         OnViewStatus();
     else if (mode == ViewMode::History)
         OnViewHistory();
-    // The usage and statistics views are not part of this console yet, so
-    // their items are not on the bar.
+    else if (mode == ViewMode::Usage)
+        OnViewUsage();
+    else if (mode == ViewMode::Statistics)
+        OnViewStatistics();
 }
 
 void CMainFrame::OnViewStatus() {
@@ -118,15 +120,27 @@ void CMainFrame::OnViewStatus() {
 }
 
 void CMainFrame::OnViewHistory() {
+    ShowDayView(ViewMode::History, u"Can't show history"_s);
+}
+
+void CMainFrame::ShowDayView(int mode, const QString& refusal) {
     if (!m_doc.MasterKnown()) {
-        m_doc.ReportNoMasterServer(u"Can't show history"_s);
+        m_doc.ReportNoMasterServer(refusal);
         return;
     }
-    m_doc.m_viewMode = ViewMode::History;
-    m_outBar->SetSelectedItem(ViewMode::History);
+    m_doc.m_viewMode = mode;
+    m_outBar->SetSelectedItem(mode);
     ArrangeViews();
     RefreshCaption();
     ShowEventCount();
+}
+
+void CMainFrame::OnViewUsage() {
+    ShowDayView(ViewMode::Usage, u"Can't show usage"_s);
+}
+
+void CMainFrame::OnViewStatistics() {
+    ShowDayView(ViewMode::Statistics, u"Can't show statistics"_s);
 }
 
 void CMainFrame::OnViewRefresh() {

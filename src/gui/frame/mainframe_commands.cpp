@@ -5,6 +5,7 @@
 #include "gui/app/splash.h"
 #include "gui/dialogs/addservers.h"
 #include "gui/dialogs/calendardialog.h"
+#include "gui/dialogs/exportmulti.h"
 #include "gui/dialogs/servicestartstop.h"
 #include "gui/dialogs/simulatesession.h"
 #include "gui/frame/containerview.h"
@@ -61,6 +62,8 @@ void CMainFrame::CreateCommands() {
 
     MakeCommand(u"&Status View"_s, &CMainFrame::OnViewStatus, CIcons::ViewMode(0));
     MakeCommand(u"&Log View"_s, &CMainFrame::OnViewHistory, CIcons::ViewMode(1));
+    MakeCommand(u"&Usage Graph"_s, &CMainFrame::OnViewUsage, CIcons::ViewMode(2));
+    MakeCommand(u"S&tatistics"_s, &CMainFrame::OnViewStatistics, CIcons::ViewMode(3));
     MakeCommand(u"&Refresh"_s, &CMainFrame::OnViewRefresh, CIcons::CommandIcon(Command::Refresh))
         ->setShortcut(QKeySequence(Qt::Key_F5));
     MakeCommand(u"Refresh R&ate..."_s, &CMainFrame::OnViewRefreshRate);
@@ -80,6 +83,7 @@ void CMainFrame::CreateCommands() {
     m_commands.insert(u"Port &Properties"_s, portProperties);
     MakeCommand(u"Simulate Sessions..."_s, &CMainFrame::OnToolsSimulate,
                 CIcons::CommandIcon(Command::Simulate));
+    MakeCommand(u"&Export Sessions To File..."_s, &CMainFrame::OnToolsExport);
 
     MakeCommand(u"Go &Back"_s, &CMainFrame::OnGoBack, CIcons::CommandIcon(Command::Back));
     MakeCommand(u"Go &Forward"_s, &CMainFrame::OnGoForward, CIcons::CommandIcon(Command::Forward));
@@ -134,11 +138,14 @@ void CMainFrame::CreateMenusAndToolbar() {
 
     QMenu* tools = menuBar()->addMenu(u"&Tools"_s);
     tools->addAction(m_commands[u"Simulate Sessions..."_s]);
+    tools->addAction(m_commands[u"&Export Sessions To File..."_s]);
 
     QMenu* view = menuBar()->addMenu(u"&View"_s);
     view->addAction(m_commands[u"&Status View"_s]);
     if (CViewRegistry::Available(ViewClass::Log))
         view->addAction(m_commands[u"&Log View"_s]);
+    view->addAction(m_commands[u"&Usage Graph"_s]);
+    view->addAction(m_commands[u"S&tatistics"_s]);
     view->addSeparator();
     view->addAction(m_commands[u"Go &Back"_s]);
     view->addAction(m_commands[u"Go &Forward"_s]);
@@ -272,6 +279,15 @@ void CMainFrame::OnToolsSimulate() {
     dialog.exec();
 }
 
+void CMainFrame::OnToolsExport() {
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't export sessions"_s);
+        return;
+    }
+    CExportMulti dialog(m_doc, this);
+    dialog.exec();
+}
+
 void CMainFrame::OnPortDisconnect() {
     if (m_doc.m_selectedServer == kNone || m_doc.m_selectedPort == kNone)
         return;
@@ -319,7 +335,7 @@ void CMainFrame::OnGoCalendar() {
         m_doc.ReportNoMasterServer(u"Can't go to calendar"_s);
         return;
     }
-    CCalendarDialog dialog(QDate(m_doc.ShownYear(), m_doc.ShownMonth(), m_doc.ShownDay()), this);
+    CCalendarJump dialog(m_doc, QDate(m_doc.ShownYear(), m_doc.ShownMonth(), m_doc.ShownDay()), this);
     if (dialog.exec() == QDialog::Accepted) {
         const QDate day = dialog.SelectedDate();
         m_doc.NavigateTo(day.year(), day.month(), day.day());

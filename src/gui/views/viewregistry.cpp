@@ -4,7 +4,9 @@
 #include "gui/views/newport.h"
 #include "gui/views/portsview.h"
 #include "gui/views/serversview.h"
+#include "gui/views/statview.h"
 #include "gui/views/usersview.h"
+#include "gui/views/useview.h"
 
 #include <map>
 
@@ -19,11 +21,10 @@ ViewFactory Maker() {
 
 const std::map<ViewClass, ViewFactory>& Makers() {
     static const std::map<ViewClass, ViewFactory> makers{
-        {ViewClass::Servers, Maker<CServersView>()},
-        {ViewClass::Ports, Maker<CPortsView>()},
-        {ViewClass::PortStatus, Maker<CNewPort>()},
-        {ViewClass::Users, Maker<CUsersView>()},
-        {ViewClass::Log, Maker<CLogView>()},
+        {ViewClass::Servers, Maker<CServersView>()}, {ViewClass::Ports, Maker<CPortsView>()},
+        {ViewClass::PortStatus, Maker<CNewPort>()},  {ViewClass::Users, Maker<CUsersView>()},
+        {ViewClass::Log, Maker<CLogView>()},         {ViewClass::Use, Maker<CUseView>()},
+        {ViewClass::Stat, Maker<CStatView>()},
     };
     return makers;
 }
