@@ -4,6 +4,8 @@
 #include "ctl/ctlcommand.h"
 #include "ctl/daycommand.h"
 #include "ctl/exportcommand.h"
+#include "ctl/indexcommand.h"
+#include "ctl/searchcommand.h"
 #include "ctl/statscommand.h"
 #include "ctl/usagecommand.h"
 #include "ctl/userscommand.h"
@@ -18,7 +20,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand, kStatsCommand, kUsageCommand, kExportCommand, kUsersCommand};
+constexpr std::array kCommands{kDayCommand,   kStatsCommand,  kUsageCommand, kExportCommand,
+                               kUsersCommand, kSearchCommand, kIndexCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"
