@@ -18,21 +18,21 @@ namespace {
 
 // "CWIX" in the file's header tells our index from any other SQLite file.
 constexpr int kApplicationId = 0x43574958;
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 // Kinds of interned text; id 0 is the empty text of every kind.
 enum NameKind { Channel = 1, User = 2, Ipx = 3, Netbios = 4, Info = 5, Kinds = 6 };
 
 constexpr const char* kSchema = R"(
 PRAGMA application_id = 1129793880;
-PRAGMA user_version = 1;
+PRAGMA user_version = 2;
 CREATE TABLE name(id INTEGER PRIMARY KEY, kind INTEGER NOT NULL, text BLOB NOT NULL);
 CREATE TABLE day(id INTEGER PRIMARY KEY, file TEXT NOT NULL UNIQUE, date INTEGER NOT NULL,
                  size INTEGER NOT NULL, modified INTEGER NOT NULL,
                  first INTEGER NOT NULL, last INTEGER NOT NULL, base INTEGER NOT NULL);
-CREATE TABLE event(t INTEGER, ch INTEGER, user INTEGER, ar INTEGER, lasted INTEGER, ip INTEGER,
+CREATE TABLE event(seq INTEGER, t INTEGER, ch INTEGER, user INTEGER, ar INTEGER, lasted INTEGER, ip INTEGER,
                    ipx INTEGER, netbios INTEGER, info INTEGER, bin INTEGER, bout INTEGER);
-CREATE INDEX event_user ON event(user);
+CREATE TABLE hit(user INTEGER, day INTEGER, first INTEGER, count INTEGER, PRIMARY KEY(user, day)) WITHOUT ROWID;
 )";
 
 // A prepared statement that finalizes itself.
@@ -260,15 +260,10 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const
     };
     const std::string key = file.name.toStdString();
     {
-        CStatement old(m_db, "SELECT first, last FROM day WHERE file = ?");
+        CStatement old(m_db, "SELECT id, first, last FROM day WHERE file = ?");
         old.BindText(1, key);
-        if (old && old.Step() == SQLITE_ROW) {
-            CStatement drop(m_db, "DELETE FROM event WHERE rowid BETWEEN ? AND ?");
-            drop.Bind(1, old.Int(0));
-            drop.Bind(2, old.Int(1));
-            if (!drop || !drop.Run())
-                return failed();
-        }
+        if (old && old.Step() == SQLITE_ROW && !ForgetDay(old.Int(0), old.Int(1), old.Int(2)))
+            return failed();
     }
     std::int64_t first = 1;
     {
@@ -278,6 +273,27 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const
         first = top.Int(0);
     }
     const std::int64_t base = store.Count() ? store.At(0).time : 0;
+    CStatement day(
+        m_db, "INSERT INTO day(file, date, size, modified, first, last, base) VALUES(?, ?, ?, ?, ?, ?, ?)");
+    day.BindText(1, key);
+    day.Bind(2, file.day.toJulianDay());
+    day.Bind(3, stamp.size);
+    day.Bind(4, stamp.modified);
+    day.Bind(5, first);
+    day.Bind(6, first + std::int64_t(store.Count()) - 1);
+    day.Bind(7, base);
+    if (!day || !day.Run())
+        return failed();
+    const std::int64_t dayId = sqlite3_last_insert_rowid(m_db);
+
+    // Each account's events lie together, so a search for it reads one run of
+    // rows per day; seq keeps the log's order.
+    std::vector<std::uint32_t> order(store.Count());
+    for (std::uint32_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::stable_sort(order.begin(), order.end(), [&store](std::uint32_t a, std::uint32_t b) {
+        return store.At(a).user < store.At(b).user;
+    });
     // Ids of the store's names, found once each.
     std::vector<std::int64_t> users(store.Users().Count(), -2), ipx(store.Ipx().Count(), -2),
         netbios(store.Netbios().Count(), -2);
@@ -288,12 +304,15 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const
             ids[id] = Intern(kind, table.Text(id));
         return ids[id];
     };
-    CStatement insert(m_db,
-                      "INSERT INTO event(rowid, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout)"
-                      " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    if (!insert)
+    CStatement insert(
+        m_db, "INSERT INTO event(rowid, seq, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout)"
+              " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    CStatement hit(m_db, "INSERT OR REPLACE INTO hit(user, day, first, count) VALUES(?, ?, ?, ?)");
+    if (!insert || !hit)
         return failed();
-    for (std::size_t i = 0; i < store.Count(); ++i) {
+    std::size_t runStart = 0;
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const std::uint32_t i = order[k];
         const CLogStore::Event& e = store.At(i);
         auto [channel, added] = channels.try_emplace(e.channel, 0);
         if (added) {
@@ -307,33 +326,45 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const
                                     e.info ? Intern(Info, store.InfoBytes(e)) : 0};
         if (std::any_of(std::begin(ids), std::end(ids), [](std::int64_t id) { return id < 0; }))
             return failed();
-        insert.Bind(1, first + std::int64_t(i));
-        insert.Bind(2, std::int64_t(e.time) - base);
-        insert.Bind(3, ids[0]);
-        insert.Bind(4, ids[1]);
-        insert.Bind(5, PackActionReason(e.action, e.reason));
-        insert.Bind(6, e.lasted);
-        insert.Bind(7, std::int32_t(e.ipAddress));
-        insert.Bind(8, ids[2]);
-        insert.Bind(9, ids[3]);
-        insert.Bind(10, ids[4]);
-        insert.Bind(11, store.BytesIn(e) + 1);
-        insert.Bind(12, store.BytesOut(e) + 1);
+        insert.Bind(1, first + std::int64_t(k));
+        insert.Bind(2, i);
+        insert.Bind(3, std::int64_t(e.time) - base);
+        insert.Bind(4, ids[0]);
+        insert.Bind(5, ids[1]);
+        insert.Bind(6, PackActionReason(e.action, e.reason));
+        insert.Bind(7, e.lasted);
+        insert.Bind(8, std::int32_t(e.ipAddress));
+        insert.Bind(9, ids[2]);
+        insert.Bind(10, ids[3]);
+        insert.Bind(11, ids[4]);
+        insert.Bind(12, store.BytesIn(e) + 1);
+        insert.Bind(13, store.BytesOut(e) + 1);
         if (!insert.Run())
             return failed();
+        if (k + 1 == order.size() || store.At(order[k + 1]).user != e.user) {
+            hit.Bind(1, ids[1]);
+            hit.Bind(2, dayId);
+            hit.Bind(3, first + std::int64_t(runStart));
+            hit.Bind(4, std::int64_t(k + 1 - runStart));
+            if (!hit.Run())
+                return failed();
+            runStart = k + 1;
+        }
     }
-    CStatement day(m_db, "INSERT OR REPLACE INTO day(file, date, size, modified, first, last, base)"
-                         " VALUES(?, ?, ?, ?, ?, ?, ?)");
-    day.BindText(1, key);
-    day.Bind(2, file.day.toJulianDay());
-    day.Bind(3, stamp.size);
-    day.Bind(4, stamp.modified);
-    day.Bind(5, first);
-    day.Bind(6, first + std::int64_t(store.Count()) - 1);
-    day.Bind(7, base);
-    if (!day || !day.Run() || !Exec("COMMIT"))
+    if (!Exec("COMMIT"))
         return failed();
     return true;
+}
+
+bool CSessionIndex::ForgetDay(std::int64_t id, std::int64_t first, std::int64_t last) {
+    CStatement drop(m_db, "DELETE FROM event WHERE rowid BETWEEN ? AND ?");
+    drop.Bind(1, first);
+    drop.Bind(2, last);
+    CStatement hits(m_db, "DELETE FROM hit WHERE day = ?");
+    hits.Bind(1, id);
+    CStatement forget(m_db, "DELETE FROM day WHERE id = ?");
+    forget.Bind(1, id);
+    return drop && hits && forget && drop.Run() && hits.Run() && forget.Run();
 }
 
 CSessionIndex::Refreshed CSessionIndex::Refresh(const std::vector<CDayFile>& files,
@@ -353,12 +384,7 @@ CSessionIndex::Refreshed CSessionIndex::Refresh(const std::vector<CDayFile>& fil
     for (const auto& [key, row] : days) {
         if (present.count(key))
             continue;
-        CStatement drop(m_db, "DELETE FROM event WHERE rowid BETWEEN ? AND ?");
-        drop.Bind(1, row.first);
-        drop.Bind(2, row.last);
-        CStatement forget(m_db, "DELETE FROM day WHERE id = ?");
-        forget.Bind(1, row.id);
-        if (!Exec("BEGIN IMMEDIATE") || !drop.Run() || !forget.Run() || !Exec("COMMIT")) {
+        if (!Exec("BEGIN IMMEDIATE") || !ForgetDay(row.id, row.first, row.last) || !Exec("COMMIT")) {
             Exec("ROLLBACK");
             writeFailed(QString::fromStdString(key));
             return result;
@@ -472,75 +498,73 @@ CSessionAnswer CSessionIndex::Search(const CSessionQuery& query, const std::vect
         return id > 0 && std::size_t(id) < texts.size() ? std::string_view(texts[std::size_t(id)])
                                                         : std::string_view();
     };
-    // Columns: rowid, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout.
-    const auto take = [&](const CStatement& row, std::int64_t base) {
-        const std::int64_t ch = row.Int(2), user = row.Int(3);
-        if (std::size_t(ch) < passes.size() && !passes[std::size_t(ch)])
-            return;
-        if (user == 0 ? !emptyUserPasses : std::size_t(user) < passes.size() && !passes[std::size_t(user)])
-            return;
-        CwLog::LogValue value;
-        UnpackActionReason(row.Int(4), &value.action, &value.reason);
-        if ((query.action >= 0 && value.action != query.action) ||
-            (query.reason >= 0 && value.reason != query.reason))
-            return;
-        value.lasted = std::int32_t(row.Int(5));
-        value.ipAddress = std::uint32_t(std::int32_t(row.Int(6)));
-        value.ipx = text(row.Int(7));
-        value.netbios = text(row.Int(8));
-        value.info = text(row.Int(9));
-        value.bytesIn = row.Int(10) - 1;
-        value.bytesOut = row.Int(11) - 1;
-        value.user = text(user);
-        auto [channel, added] = channels.try_emplace(ch, 0);
-        if (added) {
-            const std::string_view name = text(ch);
-            const std::size_t slash = name.rfind('\\');
-            channel->second = slash == std::string_view::npos
-                                  ? store->AddChannel({}, {})
-                                  : store->AddChannel(name.substr(0, slash), name.substr(slash + 1));
-        }
-        store->Add(channel->second, std::int32_t(base + row.Int(1)), value);
-    };
-    const char* columns =
-        "SELECT rowid, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout FROM event ";
-    if (everyUser) {
-        CStatement select(m_db, (std::string(columns) + "WHERE rowid BETWEEN ? AND ?").c_str());
-        for (const DayRow* day : wanted) {
-            select.Bind(1, day->first);
-            select.Bind(2, day->last);
-            while (select && select.Step() == SQLITE_ROW)
-                take(select, day->base);
-            sqlite3_reset(*select);
-        }
-    } else {
-        // Few accounts among many: their rows through the account's index, then in day order.
-        std::vector<const DayRow*> byRowid = wanted;
-        std::sort(byRowid.begin(), byRowid.end(),
-                  [](const DayRow* a, const DayRow* b) { return a->first < b->first; });
-        std::vector<std::pair<std::size_t, std::int64_t>> hits; // (position in wanted, rowid)
-        std::unordered_map<const DayRow*, std::size_t> position;
-        for (std::size_t i = 0; i < wanted.size(); ++i)
-            position.emplace(wanted[i], i);
-        CStatement select(m_db, "SELECT rowid FROM event WHERE user = ?");
+    // The runs of rows to read per day: the whole day, or the passing accounts' runs.
+    std::unordered_map<std::int64_t, std::vector<std::pair<std::int64_t, std::int64_t>>> runs;
+    if (!everyUser) {
+        CStatement select(m_db, "SELECT day, first, count FROM hit WHERE user = ?");
         for (std::int64_t user : passingUsers) {
             select.Bind(1, user);
+            while (select && select.Step() == SQLITE_ROW)
+                runs[select.Int(0)].emplace_back(select.Int(1), select.Int(1) + select.Int(2) - 1);
+            sqlite3_reset(*select);
+        }
+    }
+    struct Found {
+        std::int64_t seq, channel;
+        std::int32_t time;
+        CwLog::LogValue value;
+    };
+    std::vector<Found> found;
+    CStatement select(m_db,
+                      "SELECT seq, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout FROM event"
+                      " WHERE rowid BETWEEN ? AND ?");
+    for (const DayRow* day : wanted) {
+        std::vector<std::pair<std::int64_t, std::int64_t>> ranges{{day->first, day->last}};
+        if (!everyUser) {
+            const auto it = runs.find(day->id);
+            ranges = it == runs.end() ? decltype(ranges)() : it->second;
+        }
+        found.clear();
+        for (const auto& [from, to] : ranges) {
+            select.Bind(1, from);
+            select.Bind(2, to);
             while (select && select.Step() == SQLITE_ROW) {
-                const std::int64_t rowid = select.Int(0);
-                auto it = std::upper_bound(byRowid.begin(), byRowid.end(), rowid,
-                                           [](std::int64_t r, const DayRow* d) { return r < d->first; });
-                if (it != byRowid.begin() && rowid <= (*--it)->last)
-                    hits.emplace_back(position[*it], rowid);
+                const std::int64_t ch = select.Int(2), user = select.Int(3);
+                if (std::size_t(ch) < passes.size() && !passes[std::size_t(ch)])
+                    continue;
+                if (user == 0 ? !emptyUserPasses
+                              : std::size_t(user) < passes.size() && !passes[std::size_t(user)])
+                    continue;
+                Found f{select.Int(0), ch, std::int32_t(day->base + select.Int(1)), {}};
+                CwLog::LogValue& value = f.value;
+                UnpackActionReason(select.Int(4), &value.action, &value.reason);
+                if ((query.action >= 0 && value.action != query.action) ||
+                    (query.reason >= 0 && value.reason != query.reason))
+                    continue;
+                value.lasted = std::int32_t(select.Int(5));
+                value.ipAddress = std::uint32_t(std::int32_t(select.Int(6)));
+                value.ipx = text(select.Int(7));
+                value.netbios = text(select.Int(8));
+                value.info = text(select.Int(9));
+                value.bytesIn = select.Int(10) - 1;
+                value.bytesOut = select.Int(11) - 1;
+                value.user = text(user);
+                found.push_back(f);
             }
             sqlite3_reset(*select);
         }
-        std::sort(hits.begin(), hits.end());
-        CStatement row(m_db, (std::string(columns) + "WHERE rowid = ?").c_str());
-        for (const auto& [day, rowid] : hits) {
-            row.Bind(1, rowid);
-            if (row && row.Step() == SQLITE_ROW)
-                take(row, wanted[day]->base);
-            sqlite3_reset(*row);
+        // Back into the log's order.
+        std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.seq < b.seq; });
+        for (const Found& f : found) {
+            auto [channel, added] = channels.try_emplace(f.channel, 0);
+            if (added) {
+                const std::string_view name = text(f.channel);
+                const std::size_t slash = name.rfind('\\');
+                channel->second = slash == std::string_view::npos
+                                      ? store->AddChannel({}, {})
+                                      : store->AddChannel(name.substr(0, slash), name.substr(slash + 1));
+            }
+            store->Add(channel->second, f.time, f.value);
         }
     }
     const int rc = sqlite3_errcode(m_db);

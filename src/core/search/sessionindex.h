@@ -110,6 +110,8 @@ private:
     std::int64_t Intern(int kind, std::string_view text);
     bool IndexDay(const CDayFile& file, const CLogStore& store, const CDayReader::Stamp& stamp);
     std::unordered_map<std::string, DayRow> Days() const;
+    // Deletes a day's events, its accounts' runs and the day itself.
+    bool ForgetDay(std::int64_t id, std::int64_t first, std::int64_t last);
 
     sqlite3* m_db = nullptr;
     QString m_file;

@@ -30,6 +30,8 @@ private:
     // History: the log view of the network and of one account, its customise
     // page, a print preview and the printout as a PDF.
     void AddHistorySteps(CMainFrame* frame);
+    // Find Sessions: the dialog, and an account's whole history found with it.
+    void AddSearchSteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,
