@@ -252,6 +252,8 @@ void CLogView::ShowSearch(std::shared_ptr<const CLogStore> store, const QString&
     m_list->horizontalHeader()->setSortIndicatorShown(false);
     if (Doc().m_autoSizeColumns != 0 && m_model->rowCount() > 0)
         AutoSize();
+    // The times carry their dates here, wider than a day's column was made for.
+    m_list->resizeColumnToContents(0);
     if (CCwadminView* container = Frame().Container())
         container->Caption()->SetCaption(u"Sessions "_s + caption);
 }
