@@ -5,7 +5,7 @@
 #   --windows  adds the mingw-w64 cross compiler and Wine for the Windows build and its tests
 set -euo pipefail
 
-packages=(cmake ninja-build g++ qt6-base-dev libgl-dev fonts-dejavu-core)
+packages=(cmake ninja-build g++ qt6-base-dev libsqlite3-dev libgl-dev fonts-dejavu-core)
 for option in "$@"; do
     case "$option" in
     --gui) packages+=(xvfb xauth) ;;

@@ -13,9 +13,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QByteArray JsonLine(const LogRecord& r) {
+QByteArray DayJsonLine(const LogRecord& r) {
     const QJsonObject object{
         {u"server"_s, r.server},
         {u"port"_s, r.port},
@@ -34,8 +32,7 @@ QByteArray JsonLine(const LogRecord& r) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 
-// The selection the options stand for, as the node tree would have stored it.
-bool SelectionOf(const QCommandLineParser& parser, CLogFilter::Selection* selection, QString* error) {
+bool DaySelection(const QCommandLineParser& parser, CLogFilter::Selection* selection, QString* error) {
     const int chosen = int(parser.isSet(u"server"_s)) + int(parser.isSet(u"user"_s)) +
                        int(parser.isSet(u"domain"_s)) + int(parser.isSet(u"group"_s));
     if (chosen > 1) {
@@ -72,8 +69,6 @@ bool SelectionOf(const QCommandLineParser& parser, CLogFilter::Selection* select
     return true;
 }
 
-} // namespace
-
 int RunDay(const QString& site, const QStringList& args) {
     QCommandLineParser parser;
     for (const char* name : {"server", "port", "user", "domain", "group", "columns", "format"})
@@ -93,7 +88,7 @@ int RunDay(const QString& site, const QStringList& args) {
         return CtlFail(u"--columns takes a number (decimal, or 0x and hexadecimal)"_s, CtlExit::BadArguments);
     CLogFilter::Selection selection;
     QString error;
-    if (!SelectionOf(parser, &selection, &error))
+    if (!DaySelection(parser, &selection, &error))
         return CtlFail(error, CtlExit::BadArguments);
 
     CCtlSite ctl;
@@ -122,7 +117,7 @@ int RunDay(const QString& site, const QStringList& args) {
     } else {
         const auto store = doc.LogRecords();
         for (int row = 0; row < model.rowCount() && written; ++row) {
-            const QByteArray line = JsonLine(store->Record(model.RecordAt(row)));
+            const QByteArray line = DayJsonLine(store->Record(model.RecordAt(row)));
             written = out.write(line) == line.size();
         }
     }

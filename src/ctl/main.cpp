@@ -5,6 +5,8 @@
 #include "ctl/daycommand.h"
 #include "ctl/dbcommand.h"
 #include "ctl/exportcommand.h"
+#include "ctl/indexcommand.h"
+#include "ctl/searchcommand.h"
 #include "ctl/statscommand.h"
 #include "ctl/usagecommand.h"
 #include "ctl/userscommand.h"
@@ -19,8 +21,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array kCommands{kDayCommand,   kStatsCommand, kUsageCommand,   kExportCommand,
-                               kUsersCommand, kDbCommand,    kMigrateCommand, kDeleteCommand};
+constexpr std::array kCommands{kDayCommand,    kStatsCommand, kUsageCommand, kExportCommand,  kUsersCommand,
+                               kSearchCommand, kIndexCommand, kDbCommand,    kMigrateCommand, kDeleteCommand};
 
 void PrintUsage(std::FILE* to) {
     std::fprintf(to, "Usage: cwctl [--site DIR] COMMAND ...\n"

@@ -24,12 +24,14 @@ namespace {
 
 const char* const kUsage =
     "Usage:\n"
-    "  cwsite init DIR [--seed N] [--force] [--now SECONDS] [--big-day]\n"
+    "  cwsite init DIR [--seed N] [--force] [--now SECONDS] [--big-day] [--years N [--events-per-day E]]\n"
     "      Writes a demo site: three domains, six dial-in servers and weeks of history\n"
     "      up to now (or up to the given time, seconds since 1970). The same seed and\n"
     "      time give the same site. DIR must be missing or empty unless --force is given.\n"
     "      --big-day adds the server LOADRAS (250 ports) with 1,000,000 events yesterday,\n"
     "      for trying the console at scale (about 50 MB more).\n"
+    "      --years adds LOADRAS's events on every day of the N years before today, E a day\n"
+    "      (default 5,000; about 50 bytes an event), for trying searches over a long history.\n"
     "  cwsite serve DIR [--rate SESSIONS_PER_MINUTE] [--quiet] [--seed N]\n"
     "      Runs the Callwarden service of every host of the site until stopped\n"
     "      (Ctrl+C). With a rate, simulated callers dial in (chosen by the seed).\n";
@@ -68,7 +70,8 @@ bool Options(const QStringList& args, const QStringList& withValue, const QStrin
 
 int Init(const QString& dir, const QStringList& args) {
     QMap<QString, QString> options;
-    if (!Options(args, {u"--seed"_s, u"--now"_s}, {u"--force"_s, u"--big-day"_s}, &options))
+    if (!Options(args, {u"--seed"_s, u"--now"_s, u"--years"_s, u"--events-per-day"_s},
+                 {u"--force"_s, u"--big-day"_s}, &options))
         return Fail(QString::fromLatin1(kUsage), 2);
     CDemoOptions demo;
     if (options.contains(u"--seed"_s)) {
@@ -84,6 +87,12 @@ int Init(const QString& dir, const QStringList& args) {
             return Fail(u"--now takes a time in seconds since 1970"_s, 2);
     }
     demo.bigDay = options.contains(u"--big-day"_s);
+    for (const auto& [option, value] :
+         {std::pair{u"--years"_s, &demo.years}, std::pair{u"--events-per-day"_s, &demo.yearEventsPerDay}}) {
+        bool ok = true;
+        if (options.contains(option) && ((*value = options[option].toInt(&ok)) <= 0 || !ok))
+            return Fail(option + u" takes a whole number from 1"_s, 2);
+    }
     const QString root = QFileInfo(dir).absoluteFilePath();
     QDir folder(root);
     if (folder.exists() && !folder.isEmpty()) {

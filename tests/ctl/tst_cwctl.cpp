@@ -20,6 +20,8 @@ private slots:
     void exportSameAsConsole();
     void database_data();
     void database();
+    void searchSameAsDay_data();
+    void searchSameAsDay();
 
 private:
     QByteArray Run(const QStringList& args, int* exitCode);
@@ -71,6 +73,13 @@ void TestCwctl::exitCodes_data() {
         << QStringList{u"export"_s, u"--from"_s, u"2026-11-23"_s, u"--to"_s, u"2026-11-22"_s, u"x"_s} << 2;
     QTest::newRow("export, folder cannot be written")
         << QString() << QStringList{u"export"_s, u"--all"_s, u"/dev/null/out.csv"_s} << 1;
+    QTest::newRow("search, bad action") << QString() << QStringList{u"search"_s, u"--action"_s, u"x"_s} << 2;
+    QTest::newRow("search, To before From")
+        << QString() << QStringList{u"search"_s, u"--from"_s, u"2026-11-23"_s, u"--to"_s, u"2026-11-22"_s}
+        << 2;
+    QTest::newRow("search, no data in range")
+        << QString() << QStringList{u"search"_s, u"--from"_s, u"2030-01-01"_s} << 0;
+    QTest::newRow("index") << QString() << QStringList{u"index"_s} << 0;
 }
 
 void TestCwctl::exitCodes() {
@@ -122,6 +131,28 @@ void TestCwctl::jsonLines() {
     QCOMPARE(events[1][u"info"_s].toString(), u"say \"hi\""_s);
     QCOMPARE(events[2][u"server"_s].toString(), u"SRV2"_s);
     QCOMPARE(events[2][u"reason"_s].toInt(), 4);
+}
+
+void TestCwctl::searchSameAsDay_data() {
+    QTest::addColumn<QStringList>("filter");
+    QTest::newRow("user") << QStringList{u"--user"_s, u"corp\\ALICE"_s};
+    QTest::newRow("server") << QStringList{u"--server"_s, u"srv2"_s};
+}
+
+void TestCwctl::searchSameAsDay() {
+    QFETCH(QStringList, filter);
+    const QStringList common = QStringList{u"--site"_s, m_console->Root()};
+    int dayCode = -1, searchCode = -1;
+    const QByteArray day =
+        Run(common + QStringList{u"day"_s, u"2026-11-23"_s, u"--format"_s, u"jsonl"_s} + filter, &dayCode);
+    const QByteArray found =
+        Run(common + QStringList{u"search"_s, u"--format"_s, u"jsonl"_s} + filter, &searchCode);
+    QCOMPARE(searchCode, 0);
+    QCOMPARE(dayCode, 0);
+    QCOMPARE(found, day);
+    QCOMPARE(found.count('\n'), 1);
+    // The index is the console's own, beside its settings, not on the share.
+    QVERIFY(QFileInfo::exists(m_console->Root() + u"/hosts/ADMINPC/Session Index/sessions.cwidx"_s));
 }
 
 void TestCwctl::exportSameAsConsole() {

@@ -111,6 +111,12 @@ bool CLogFilter::UserPasses(const QString& user) const {
     }
 }
 
+bool CLogFilter::ChannelPasses(const QString& server, const QString& port) const {
+    if (m_kind != Kind::Server && m_kind != Kind::Port)
+        return true;
+    return Same(server, m_selection.server) && (m_kind == Kind::Server || Same(port, m_selection.port));
+}
+
 std::vector<std::uint32_t> CLogFilter::Rows(const CLogStore& store) const {
     const auto count = std::uint32_t(store.Count());
     std::vector<std::uint32_t> rows;

@@ -35,10 +35,12 @@ public:
     QString Caption() const;
     // The store's events that pass, in store order.
     std::vector<std::uint32_t> Rows(const CLogStore& store) const;
+    // The decisions Rows makes per name, for readers that hold names elsewhere.
+    bool ChannelPasses(const QString& server, const QString& port) const;
+    bool UserPasses(const QString& user) const;
 
 private:
     enum class Kind { All, Server, Port, User, Domain, Group };
-    bool UserPasses(const QString& user) const;
 
     Kind m_kind = Kind::All;
     Selection m_selection;

@@ -36,6 +36,8 @@ private:
     void PrintToPicture(CMainFrame* frame, const QString& name);
     // The system settings sheet, page by page, and the archiving sheet.
     void AddSettingsSteps(CMainFrame* frame);
+    // Find Sessions: the dialog, and an account's whole history found with it.
+    void AddSearchSteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,

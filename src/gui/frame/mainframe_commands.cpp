@@ -6,6 +6,7 @@
 #include "gui/dialogs/addservers.h"
 #include "gui/dialogs/calendardialog.h"
 #include "gui/dialogs/exportmulti.h"
+#include "gui/dialogs/findsessions.h"
 #include "gui/dialogs/servicestartstop.h"
 #include "gui/dialogs/simulatesession.h"
 #include "gui/frame/containerview.h"
@@ -84,6 +85,10 @@ void CMainFrame::CreateCommands() {
     MakeCommand(u"Simulate Sessions..."_s, &CMainFrame::OnToolsSimulate,
                 CIcons::CommandIcon(Command::Simulate));
     MakeCommand(u"&Export Sessions To File..."_s, &CMainFrame::OnToolsExport);
+    auto* find = new QAction(u"&Find Sessions..."_s, this);
+    find->setObjectName(find->text());
+    connect(find, &QAction::triggered, this, [this] { ShowFindSessions(m_doc, *this); });
+    m_commands.insert(find->text(), find);
 
     MakeCommand(u"Go &Back"_s, &CMainFrame::OnGoBack, CIcons::CommandIcon(Command::Back));
     MakeCommand(u"Go &Forward"_s, &CMainFrame::OnGoForward, CIcons::CommandIcon(Command::Forward));
@@ -139,6 +144,7 @@ void CMainFrame::CreateMenusAndToolbar() {
     QMenu* tools = menuBar()->addMenu(u"&Tools"_s);
     tools->addAction(m_commands[u"Simulate Sessions..."_s]);
     tools->addAction(m_commands[u"&Export Sessions To File..."_s]);
+    tools->addAction(m_commands[u"&Find Sessions..."_s]);
 
     QMenu* view = menuBar()->addMenu(u"&View"_s);
     view->addAction(m_commands[u"&Status View"_s]);

@@ -1,6 +1,7 @@
 #include "gui/views/logview.h"
 
 #include "core/log/logmodel.h"
+#include "core/search/historysource.h"
 #include "gui/frame/containerview.h"
 #include "gui/frame/mainframe.h"
 #include "gui/pages/customizelogview.h"
@@ -209,7 +210,10 @@ void CLogView::OnUpdate(IView*, int hint, const CHintObject*) {
         break;
     case Hint::LogDisplayChanged:
         RebuildColumns();
-        Fill(m_filter, true);
+        if (ShowingSearch())
+            ShowSearch(m_shown, m_search);
+        else
+            Fill(m_filter, true);
         break;
     default:
         break;
@@ -238,7 +242,28 @@ void CLogView::LoadEventsAll() {
     Fill(CLogFilter(), false);
 }
 
+void CLogView::ShowSearch(std::shared_ptr<const CLogStore> store, const QString& caption) {
+    m_search = caption;
+    m_filter = CLogFilter();
+    m_shown = std::move(store);
+    m_model->SetFormat(SearchCellFormat(Doc()));
+    m_model->Fill(m_shown, m_filter);
+    m_sortId = -1;
+    m_list->horizontalHeader()->setSortIndicatorShown(false);
+    if (Doc().m_autoSizeColumns != 0 && m_model->rowCount() > 0)
+        AutoSize();
+    // The times carry their dates here, wider than a day's column was made for.
+    m_list->resizeColumnToContents(0);
+    if (CCwadminView* container = Frame().Container())
+        container->Caption()->SetCaption(u"Sessions "_s + caption);
+}
+
 void CLogView::Fill(const CLogFilter& filter, bool keepState) {
+    if (ShowingSearch()) {
+        m_search.clear();
+        m_model->SetFormat(Doc().LogCellFormat());
+        keepState = false;
+    }
     const Kept kept = keepState ? Keep() : Kept();
     // A copy first: the filter passed in may be this view's own.
     const CLogFilter chosen = filter;
@@ -447,7 +472,7 @@ void CLogView::AutoSize() {
 }
 
 void CLogView::OnTimer(int id) {
-    if (id != TIMER_ID_LOGVIEW || Doc().LogLoading())
+    if (id != TIMER_ID_LOGVIEW || Doc().LogLoading() || ShowingSearch())
         return;
     const qint64 size = Doc().GetSizeOfFile(m_path.isEmpty() ? Doc().m_currentLogFile : m_path);
     if (!m_sizeKnown) {
@@ -515,6 +540,9 @@ QString CLogView::PrintBanner() {
 }
 
 QString CLogView::PrintHeading(int page, int count) const {
+    if (ShowingSearch())
+        return u"Logged activities in Callwarden: %1.     Page %2(%3)"_s.arg(m_search, QString::number(page),
+                                                                             QString::number(count));
     const QDate day(Doc().ShownYear(), Doc().ShownMonth(), Doc().ShownDay());
     return u"Logged activities in Callwarden during %1 %2.     Page %3(%4)"_s.arg(
         QLocale::system().toString(day, QLocale::LongFormat), m_model->Caption(), QString::number(page),

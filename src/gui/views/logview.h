@@ -42,6 +42,10 @@ public:
     // or under none.
     void LoadEvents();
     void LoadEventsAll();
+    // Shows a search's events in place of the day's, with what was searched as
+    // the caption, until the next selection or day; the poll rests meanwhile.
+    void ShowSearch(std::shared_ptr<const CLogStore> store, const QString& caption);
+    bool ShowingSearch() const { return !m_search.isEmpty(); }
     // The five-second poll of the day's file.
     void OnTimer(int id);
     void OnHeaderClicked(int section);
@@ -97,4 +101,6 @@ private:
     // The last sort: the column id and the direction it was made with; -1 none.
     int m_sortId = -1;
     int m_sortDirection = 1;
+    // What the shown search looked for; empty while the day is shown.
+    QString m_search;
 };

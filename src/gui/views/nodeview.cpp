@@ -480,5 +480,10 @@ void CNodeView::contextMenuEvent(QContextMenuEvent* event) {
         for (const QString& text : items)
             m_frame.AddCommand(menu, port && text == u"&Properties"_s ? u"Port &Properties"_s : text);
     }
+    // The history of what the menu was opened on, across days.
+    if (image == 1 || image == 8) {
+        menu.addSeparator();
+        m_frame.AddCommand(menu, u"&Find Sessions..."_s);
+    }
     menu.exec(event->globalPos());
 }

@@ -11,6 +11,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -176,7 +177,7 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
     const QDate today = QDateTime::fromSecsSinceEpoch(now).date();
     const int consoleBias = -QDateTime::fromSecsSinceEpoch(now).offsetFromUtc() / 60;
     CDemoModel model = BuildDemoModel(rng);
-    if (options.bigDay) {
+    if (options.bigDay || options.years > 0) {
         // A server of its own, so that its day stays apart from the network's history.
         CDemoServer load;
         load.name = CwBigDay::kServer;
@@ -289,6 +290,17 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
         files[bigDay] +=
             CwBigDay::DayText(CwBigDay::kServer, CwBigDay::PortNames(), bigDay, CwBigDay::kEvents, bigRng);
     }
+    // The long history: the demo's days get LOADRAS's events added; the days
+    // before them are written straight out after the site, one at a time.
+    std::mt19937 yearRng(options.seed ^ 0x7ea5u);
+    const QDate firstYearDay = today.addYears(-std::max(options.years, 0));
+    const auto yearDay = [&](QDate day) {
+        return CwBigDay::DayText(CwBigDay::kServer, CwBigDay::PortNames(), day, options.yearEventsPerDay,
+                                 yearRng);
+    };
+    for (auto it = files.begin(); it != files.end(); ++it)
+        if (it.key() >= firstYearDay && it.key() < today)
+            it.value() += yearDay(it.key());
     for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
         const QString folder = it.key() < firstLogDay ? u"OldData"_s : u"LogData"_s;
         const QString name =
@@ -302,13 +314,28 @@ bool WriteDemoSite(const QString& root, const CDemoOptions& options, CDemoSummar
 
     if (!w.Save(error))
         return false;
+    int yearEvents = 0;
+    const QDate firstHistoryDay = files.isEmpty() ? today : files.firstKey();
+    for (QDate day = firstYearDay; day < std::min(firstHistoryDay, today); day = day.addDays(1)) {
+        const QString name = w.SharePath(master->name, share) +
+                             (day < firstLogDay ? u"/OldData/"_s : u"/LogData/"_s) +
+                             CwDayLog::DayFileName(QDateTime(day, QTime(12, 0)).toSecsSinceEpoch());
+        const std::string text = yearDay(day);
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly) ||
+            file.write(text.data(), qint64(text.size())) != qint64(text.size())) {
+            *error = u"%1: %2"_s.arg(name, file.errorString());
+            return false;
+        }
+        yearEvents += options.yearEventsPerDay;
+    }
 
     if (summary) {
         summary->masterShare = model.MasterShare();
         summary->accounts = int(model.users.size());
         summary->profiles = int(std::count_if(history.accounts.begin(), history.accounts.end(),
                                               [](const CAccount& a) { return a.hasProfile; }));
-        summary->events = history.events;
+        summary->events = history.events + yearEvents;
         summary->liveSessions = int(history.live.size());
         for (const CDemoServer& s : model.servers) {
             QString line = s.name.leftJustified(10) + u"  "_s +

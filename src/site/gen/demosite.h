@@ -11,6 +11,10 @@ struct CDemoOptions {
     int oldDays = 5;  // migrated days before them
     // Adds the load-test server LOADRAS with a million events yesterday.
     bool bigDay = false;
+    // Adds LOADRAS's events on every day of the years before today, this many a
+    // day, for trying searches over a long history.
+    int years = 0;
+    int yearEventsPerDay = 5000;
 };
 
 struct CDemoSummary {
