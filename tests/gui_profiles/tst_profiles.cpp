@@ -351,6 +351,11 @@ void TestProfiles::serviceEnforces() {
     }
     QCOMPARE(service.Handle("0,COM1,CORP\\dave,WS1,0,0,0", now), QByteArray("1,User not defined"));
     expected << u"N1 CORP\\dave"_s;
+    // Dial-in taken away on the RAS page: the call ends before the service admits it.
+    auto ras = CreateUserProfileSheet(doc, u"CORP\\alice"_s, nullptr);
+    Child<QCheckBox>(Page(*ras, 3), u"dialIn"_s)->click();
+    QVERIFY(ras->ApplyPages());
+    QCOMPARE(service.Handle("0,COM1,CORP\\alice,WS1,0,0,0", now), QByteArray("1,No dial-in permission"));
 
     QStringList logged;
     for (const CwsiteTest::LogEvent& e :
