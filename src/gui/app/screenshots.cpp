@@ -12,8 +12,8 @@
 #include <QDialog>
 #include <QDir>
 #include <QPrinter>
-#include <QScrollBar>
 #include <QProcess>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTextStream>
@@ -149,6 +149,7 @@ CScreenshotTour::CScreenshotTour(CCwadminApp& app, const QString& folder) : m_ap
                            Save(frame, u"15-users-group"_s);
                        }});
     AddHistorySteps(frame);
+    AddProfileSteps(frame);
     m_steps.push_back({500, [this] {
                            QTextStream(stdout) << "Saved " << m_saved.size() << " pictures into "
                                                << QDir(m_folder).absolutePath() << "\n";

@@ -30,6 +30,9 @@ private:
     // History: the log view of the network and of one account, its customise
     // page, a print preview and the printout as a PDF.
     void AddHistorySteps(CMainFrame* frame);
+    // Profiles: the four pages of an account's sheet, the default profile page,
+    // a group's page, the copy dialog and its overwrite question.
+    void AddProfileSteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,
