@@ -2,13 +2,17 @@
 // profile copy, driven through their widgets, the files read back with the ini
 // engine; then the simulated service of the same site enforcing what was saved.
 #include "gui/dialogs/copyprofile.h"
+#include "gui/frame/mainframe.h"
 #include "gui/pages/groupprofile.h"
 #include "gui/pages/systemdefaultprofile.h"
 #include "gui/pages/userprop.h"
+#include "gui/views/nodeview.h"
 #include "site/cwsitetest.h"
 #include "site/serve/hostservice.h"
 #include "support/testconsole.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
@@ -66,6 +70,8 @@ private slots:
     void copy();
     void copyStopsAtUnwritableTarget();
     void serviceEnforces();
+    void menus_data();
+    void menus();
 
 private:
     std::string Share() { return m_console->Writer().SharePath(u"PDC1"_s, u"CW_NT_DB"_s).toStdString(); }
@@ -362,6 +368,42 @@ void TestProfiles::serviceEnforces() {
          CwsiteTest::ReadEvents(QString::fromStdString(Share()) + u"/LogData"_s))
         logged << e.kind + (e.kind == u'C' ? QString() : QString::number(e.reason)) + u' ' + e.account;
     QCOMPARE(logged, expected);
+}
+
+void TestProfiles::menus_data() {
+    QTest::addColumn<QString>("node");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("items");
+    const QString account = u"|&Delete Profile|&Copy Profile...|&Status"_s;
+    QTest::newRow("account without") << u"alice"_s << QString() << u"&Create Profile for User..."_s + account;
+    QTest::newRow("account with") << u"alice"_s << u"[CORP\\alice]\r\nMaxTotalTime=0\r\n"_s
+                                  << u"&Modify Profile..."_s + account;
+    QTest::newRow("group without") << u"Remote"_s << QString()
+                                   << u"&Create New Profile for Group...|&Delete Group Profile"_s;
+    QTest::newRow("group with") << u"Remote"_s << u"[+CORP\\Remote]\r\nMaxTotalTime=9\r\n"_s
+                                << u"&Modify Group Profile...|&Delete Group Profile"_s;
+}
+
+void TestProfiles::menus() {
+    QFETCH(QString, node);
+    QFETCH(QString, file);
+    QFETCH(QString, items);
+    WriteUsr(file);
+    CNodeView* tree = m_console->Frame().NodeView();
+    tree->PopulateTree();
+    QTreeWidgetItem* domain = tree->AccountsRoot()->child(0);
+    tree->expandItem(domain);
+    QTreeWidgetItem* item = nullptr;
+    for (int i = 0; i < domain->childCount(); ++i)
+        if (domain->child(i)->text(0) == node)
+            item = domain->child(i);
+    QVERIFY(item);
+    QCOMPARE(tree->MenuItemsFor(item).join(u'|'), items);
+    // The first command opens the sheet; OK leaves a profile behind.
+    tree->setCurrentItem(item);
+    QTimer::singleShot(0, this, [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->accept(); });
+    tree->ActionsFor(item).first()->trigger();
+    QVERIFY(m_console->Doc().UserProfileExists((node == u"Remote"_s ? u"+CORP\\"_s : u"CORP\\"_s) + node));
 }
 
 QTEST_MAIN(TestProfiles)
