@@ -318,8 +318,10 @@ CUserPropRAS::CUserPropRAS(CCwadminDoc& document, const QString& account, QWidge
 void CUserPropRAS::OnLoad() {
     m_controller = CRasPermission::Controller(m_doc, m_account);
     CRasPermission v;
+    // Nothing read, nothing shown and nothing written back.
     if (m_controller.isEmpty() || !CRasPermission::Load(m_doc, m_controller, m_account, &v)) {
-        setEnabled(!m_controller.isEmpty());
+        m_controller.clear();
+        setEnabled(false);
         return;
     }
     m_dialIn->setChecked(v.dialIn);
