@@ -16,6 +16,7 @@ OCL::IPrompter::Answer CCtlPrompter::Message(const QString& text, const QString&
         return Ok;
     case Buttons::OkCancel:
     case Buttons::YesNoCancel:
+    case Buttons::YesAllNoCancel:
         return Cancel;
     case Buttons::YesNo:
         return No;

@@ -131,7 +131,7 @@ void TestSystemSettings::sheet() {
     QStringList titles;
     for (int i = 0; i < sheet->PageCount(); ++i)
         titles.append(sheet->Page(i)->Title());
-    QCOMPARE(titles.join(u','), u"Database,Daily Report,Notifications,Greetings"_s);
+    QCOMPARE(titles.join(u','), u"Database,Daily Report,Default Profile,Notifications,Greetings"_s);
 
     CTestConsole none;
     QVERIFY(!ShowSystemSettings(none.Doc(), nullptr));

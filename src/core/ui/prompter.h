@@ -10,9 +10,10 @@ namespace OCL {
 class IPrompter {
 public:
     enum class Icon { None, Information, Warning, Error, Question };
-    enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
+    // YesAllNoCancel: "&Yes", "Yes to &All", "&No", "&Cancel".
+    enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel, YesAllNoCancel };
     // The system's answer codes, so callers can compare with them directly.
-    enum Answer { Ok = 1, Cancel = 2, Yes = 6, No = 7 };
+    enum Answer { Ok = 1, Cancel = 2, Yes = 6, No = 7, YesToAll = 20 };
 
     virtual ~IPrompter() = default;
 

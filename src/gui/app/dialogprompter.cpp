@@ -1,5 +1,6 @@
 #include "gui/app/dialogprompter.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
@@ -56,8 +57,18 @@ CDialogPrompter::Answer CDialogPrompter::Show(const QString& text, const QString
     case Buttons::YesNoCancel:
         box.setStandardButtons(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
         break;
+    case Buttons::YesAllNoCancel:
+        box.setStandardButtons(QMessageBox::Yes | QMessageBox::YesToAll | QMessageBox::No |
+                               QMessageBox::Cancel);
+        box.button(QMessageBox::Yes)->setText(QStringLiteral("&Yes"));
+        box.button(QMessageBox::YesToAll)->setText(QStringLiteral("Yes to &All"));
+        box.button(QMessageBox::No)->setText(QStringLiteral("&No"));
+        box.button(QMessageBox::Cancel)->setText(QStringLiteral("&Cancel"));
+        break;
     }
     switch (box.exec()) {
+    case QMessageBox::YesToAll:
+        return YesToAll;
     case QMessageBox::Yes:
         return Yes;
     case QMessageBox::No:

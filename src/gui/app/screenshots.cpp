@@ -152,6 +152,7 @@ CScreenshotTour::CScreenshotTour(CCwadminApp& app, const QString& folder) : m_ap
     AddStatsSteps(frame);
     AddSettingsSteps(frame);
     AddSearchSteps(frame);
+    AddProfileSteps(frame);
     m_steps.push_back({500, [this] {
                            QTextStream(stdout) << "Saved " << m_saved.size() << " pictures into "
                                                << QDir(m_folder).absolutePath() << "\n";

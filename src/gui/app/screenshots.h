@@ -38,6 +38,9 @@ private:
     void AddSettingsSteps(CMainFrame* frame);
     // Find Sessions: the dialog, and an account's whole history found with it.
     void AddSearchSteps(CMainFrame* frame);
+    // Profiles: the four pages of an account's sheet, the default profile page,
+    // a group's page, the copy dialog and its overwrite question.
+    void AddProfileSteps(CMainFrame* frame);
     void Save(QWidget* widget, const QString& name);
     // Opens a modal dialog through open(), waits for it, saves it and closes it.
     void CaptureModal(const QString& name, const std::function<void()>& open,

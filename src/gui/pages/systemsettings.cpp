@@ -2,6 +2,7 @@
 
 #include "core/doc/cwadmindoc.h"
 #include "gui/pages/systemdatabase.h"
+#include "gui/pages/systemdefaultprofile.h"
 #include "gui/pages/systemmessages.h"
 #include "gui/toolkit/help.h"
 #include "gui/toolkit/propertysheet.h"
@@ -12,7 +13,7 @@ std::unique_ptr<CPropertySheet> CreateSystemSettings(CCwadminDoc& document, QWid
     auto sheet = std::make_unique<CPropertySheet>(u"System Settings"_s, true, parent);
     sheet->AddPage(new CSystemDatabase(document));
     sheet->AddPage(new CSystemDailyReport(document));
-    // The default profile page goes here, between the daily report and the notifications.
+    sheet->AddPage(new CSystemDefaultProfile(document));
     sheet->AddPage(new CSystemNotifications(document));
     sheet->AddPage(new CSystemGreetings(document));
     sheet->SetHelpHandler([page = sheet.get()](int context) { CHelp::Show(context, page); });

@@ -1,4 +1,5 @@
 #include "gui/views/newport.h"
+#include "gui/pages/userprop.h"
 
 #include "core/app/ansitext.h"
 #include "core/servers/server.h"
@@ -89,7 +90,9 @@ CNewPort::CNewPort(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
     };
     m_disconnect = button(u"Disconnect Session"_s, "disconnectSession", &CNewPort::OnDisconnectSession);
     m_sendMessage = button(u"Send Message"_s, "sendMessage", &CNewPort::OnSendMessage);
+    m_viewUser = button(u"View User Properties"_s, "viewUserProperties", &CNewPort::OnViewUserProperties);
     m_resetStatistics = button(u"Reset Statistics"_s, "resetStatistics", &CNewPort::OnResetStatistics);
+    m_viewUser->setToolTip(u"Opens the profile of the user connected on this port"_s);
     m_disconnect->setToolTip(u"Ends the session of the user connected on this port"_s);
     m_sendMessage->setToolTip(u"Sends a message to the user connected on this port"_s);
     m_resetStatistics->setToolTip(u"Sets the port's traffic and error counters back to zero"_s);
@@ -242,6 +245,7 @@ bool CNewPort::Refill() {
 void CNewPort::UpdateButtons() {
     m_disconnect->setEnabled(m_connected);
     m_sendMessage->setEnabled(m_connected);
+    m_viewUser->setEnabled(m_connected);
     m_resetStatistics->setEnabled(m_connected);
 }
 
@@ -280,6 +284,18 @@ void CNewPort::OnResetStatistics() {
         return;
     }
     Refill();
+}
+
+void CNewPort::OnViewUserProperties() {
+    if (!m_connected)
+        return;
+    // The row shows "DOMAIN\account" as the server reports it.
+    const QString account = RowText(PortDetail::UserAccount).section(u':', 1).trimmed();
+    if (!Doc().MasterKnown()) {
+        Doc().ReportNoMasterServer(u"Can't display info for user %1"_s.arg(account));
+        return;
+    }
+    ShowUserProfile(Doc(), account, this);
 }
 
 bool CNewPort::CanEditProperties() const {

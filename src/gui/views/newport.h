@@ -39,6 +39,8 @@ public:
     void OnDisconnectSession();
     void OnSendMessage();
     void OnResetStatistics();
+    // The connected account's profile sheet.
+    void OnViewUserProperties();
 
     QString Server() const { return m_server; }
     QString Port() const { return m_port; }
@@ -50,6 +52,7 @@ public:
     QPushButton* DisconnectButton() const { return m_disconnect; }
     QPushButton* SendMessageButton() const { return m_sendMessage; }
     QPushButton* ResetStatisticsButton() const { return m_resetStatistics; }
+    QPushButton* ViewUserButton() const { return m_viewUser; }
     CLoadGraph* Graph() const { return m_graph; }
     const PortDetail::CLoad& Load() const { return m_load; }
     QTimer& RefreshTimer() { return m_timer; }
@@ -71,6 +74,7 @@ private:
     CLoadGraph* m_graph;
     QPushButton* m_disconnect;
     QPushButton* m_sendMessage;
+    QPushButton* m_viewUser = nullptr;
     QPushButton* m_resetStatistics;
     QTimer m_timer;
 

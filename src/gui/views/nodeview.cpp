@@ -4,7 +4,10 @@
 #include "core/app/ansitext.h"
 #include "core/net/accountlists.h"
 #include "gui/app/icons.h"
+#include "gui/dialogs/copyprofile.h"
 #include "gui/frame/mainframe.h"
+#include "gui/pages/groupprofile.h"
+#include "gui/pages/userprop.h"
 #include "gui/toolkit/help.h"
 
 #include <QAction>
@@ -52,6 +55,17 @@ CNodeView::CNodeView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent)
         new QAction(CIcons::CommandIcon(CIcons::Command::Delete), u"&Delete Group Profile"_s, this);
     connect(m_deleteProfile, &QAction::triggered, this, &CNodeView::OnPopupDeleteProfile);
     connect(m_deleteGroupProfile, &QAction::triggered, this, &CNodeView::OnPopupGroupDeleteProfile);
+    const auto action = [this](const QString& text, void (CNodeView::*handler)()) {
+        auto* a = new QAction(text, this);
+        connect(a, &QAction::triggered, this, handler);
+        return a;
+    };
+    m_newProfile = action(u"&Create Profile for User..."_s, &CNodeView::OnPopupNewProfile);
+    m_modifyProfile = action(u"&Modify Profile..."_s, &CNodeView::OnPopupModifyProfile);
+    m_copyProfile = action(u"&Copy Profile..."_s, &CNodeView::OnPopupCopyProfile);
+    m_status = action(u"&Status"_s, &CNodeView::OnPopupModifyProfile);
+    m_newGroupProfile = action(u"&Create New Profile for Group..."_s, &CNodeView::OnPopupGroupNewProfile);
+    m_modifyGroupProfile = action(u"&Modify Group Profile..."_s, &CNodeView::OnPopupGroupModifyProfile);
 
     connect(&m_timer10, &QTimer::timeout, this, &CNodeView::OnTimer10);
     connect(&m_timer11, &QTimer::timeout, this, &CNodeView::OnTimer11);
@@ -389,14 +403,83 @@ QStringList CNodeView::MenuItemsFor(const QTreeWidgetItem* item) const {
     case 4:
     case 5:
         return {u"&Disconnect"_s, u"&Properties"_s};
-    // The profile sheets' commands come with the sheets.
     case 8:
-        return {m_deleteProfile->text()};
-    case 10:
-        return {m_deleteGroupProfile->text()};
+    case 10: {
+        QStringList texts;
+        for (const QAction* a : ActionsFor(item))
+            texts.append(a->text());
+        return texts;
+    }
     default:
         return {};
     }
+}
+
+QList<QAction*> CNodeView::ActionsFor(const QTreeWidgetItem* item) const {
+    const bool exists = m_doc.MasterKnown() && m_doc.UserProfileExists(ProfileSection(item));
+    if (Image(item) == 8)
+        return {exists ? m_modifyProfile : m_newProfile, m_deleteProfile, m_copyProfile, m_status};
+    if (Image(item) == 10)
+        return {exists ? m_modifyGroupProfile : m_newGroupProfile, m_deleteGroupProfile};
+    return {};
+}
+
+void CNodeView::OnPopupNewProfile() {
+    const QString domain = m_doc.m_selectedDomain, user = m_doc.m_selectedUser;
+    if (user == kNone)
+        return;
+    const QString section = CUserFile::AccountSection(domain, user);
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display info for user %1"_s.arg(section));
+        return;
+    }
+    m_doc.TempUserReset();
+    if (!m_doc.TempUserSave(section)) {
+        m_doc.Environment().Prompter().Message(u"Can't display info for user %1"_s.arg(section), {},
+                                               IPrompter::Icon::Error, IPrompter::Buttons::Ok);
+        return;
+    }
+    m_doc.m_usersReloadPending = 1;
+    ShowUserProfile(m_doc, section, this);
+}
+
+void CNodeView::OnPopupModifyProfile() {
+    const QString domain = m_doc.m_selectedDomain, user = m_doc.m_selectedUser;
+    if (user == kNone)
+        return;
+    const QString section = CUserFile::AccountSection(domain, user);
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display info for user %1"_s.arg(section));
+        return;
+    }
+    ShowUserProfile(m_doc, section, this);
+}
+
+void CNodeView::OnPopupCopyProfile() {
+    if (m_doc.m_selectedUser == kNone)
+        return;
+    CCopyProfile dialog(m_doc, this);
+    dialog.exec();
+}
+
+void CNodeView::OnPopupGroupNewProfile() {
+    if (m_doc.m_selectedGroup == kNone)
+        return;
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display user group info"_s);
+        return;
+    }
+    CreateGroupProfileSheet(m_doc, m_doc.m_selectedDomain, m_doc.m_selectedGroup, true, this)->exec();
+}
+
+void CNodeView::OnPopupGroupModifyProfile() {
+    if (m_doc.m_selectedGroup == kNone)
+        return;
+    if (!m_doc.MasterKnown()) {
+        m_doc.ReportNoMasterServer(u"Can't display user group info"_s);
+        return;
+    }
+    CreateGroupProfileSheet(m_doc, m_doc.m_selectedDomain, m_doc.m_selectedGroup, false, this)->exec();
 }
 
 QString CNodeView::ProfileSection(const QTreeWidgetItem* item) {
@@ -472,9 +555,13 @@ void CNodeView::contextMenuEvent(QContextMenuEvent* event) {
     menu.setObjectName(MenuNameFor(item));
     const int image = Image(item);
     if (image == 8 || image == 10) {
-        QAction* action = image == 8 ? m_deleteProfile : m_deleteGroupProfile;
-        action->setEnabled(ItemCommandsEnabled(item));
-        menu.addAction(action);
+        const bool enabled = ItemCommandsEnabled(item);
+        for (QAction* action : ActionsFor(item)) {
+            // Creating needs only the master; the rest act on a profile that exists.
+            action->setEnabled(action == m_newProfile || action == m_newGroupProfile ? m_doc.MasterKnown()
+                                                                                     : enabled);
+            menu.addAction(action);
+        }
     } else {
         const bool port = IsPortImage(image);
         for (const QString& text : items)

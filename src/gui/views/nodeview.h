@@ -56,6 +56,14 @@ public:
     // The account and group commands, on the selected node.
     void OnPopupDeleteProfile();
     void OnPopupGroupDeleteProfile();
+    // Create writes a fresh profile first; both then open the account's sheet.
+    void OnPopupNewProfile();
+    void OnPopupModifyProfile();
+    void OnPopupCopyProfile();
+    void OnPopupGroupNewProfile();
+    void OnPopupGroupModifyProfile();
+    // The menu's actions for an account (image 8) or group (10) node, as shown.
+    QList<QAction*> ActionsFor(const QTreeWidgetItem* item) const;
     QAction* DeleteProfileAction() const { return m_deleteProfile; }
     QAction* DeleteGroupProfileAction() const { return m_deleteGroupProfile; }
 
@@ -80,6 +88,12 @@ private:
     QTimer m_timer11;
     QAction* m_deleteProfile;
     QAction* m_deleteGroupProfile;
+    QAction* m_newProfile;
+    QAction* m_modifyProfile;
+    QAction* m_copyProfile;
+    QAction* m_status;
+    QAction* m_newGroupProfile;
+    QAction* m_modifyGroupProfile;
     bool m_firstTick = false;
     bool m_expanding = false;
 };

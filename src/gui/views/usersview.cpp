@@ -1,7 +1,9 @@
 #include "gui/views/usersview.h"
 
 #include "gui/app/icons.h"
+#include "gui/dialogs/copyprofile.h"
 #include "gui/frame/mainframe.h"
+#include "gui/pages/userprop.h"
 #include "gui/toolkit/consolesettings.h"
 
 #include <QAction>
@@ -126,6 +128,8 @@ CUsersView::CUsersView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent
     m_delete->setShortcut(QKeySequence::Delete);
     m_delete->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     addAction(m_delete);
+    m_modify = action(u"&Modify Profile"_s, &CUsersView::OnModifyProfile);
+    m_copyProfile = action(u"&Copy Profile..."_s, &CUsersView::OnCopyProfile);
     m_copy = action(u"&Copy"_s, &CUsersView::OnEditCopy);
     m_copy->setIcon(CIcons::CommandIcon(CIcons::Command::Copy));
     m_save = new QAction(u"Save Data &As..."_s, this);
@@ -138,7 +142,9 @@ CUsersView::CUsersView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent
     connect(m_limits, &QAction::toggled, this, &CUsersView::SetLimitColumns);
 
     m_menu = new QMenu(this);
+    m_menu->addAction(m_modify);
     m_menu->addAction(m_delete);
+    m_menu->addAction(m_copyProfile);
     m_menu->addSeparator();
     m_menu->addAction(m_copy);
     m_menu->addAction(m_save);
@@ -149,6 +155,7 @@ CUsersView::CUsersView(CCwadminDoc& document, CMainFrame& frame, QWidget* parent
     m_menu->addAction(m_limits);
 
     connect(header, &QHeaderView::sectionClicked, this, &CUsersView::OnHeaderClicked);
+    connect(m_list, &QTreeView::doubleClicked, this, &CUsersView::OnModifyProfile);
     connect(m_list, &QWidget::customContextMenuRequested, this,
             [this](const QPoint& pos) { ContextMenu()->exec(m_list->viewport()->mapToGlobal(pos)); });
     connect(header, &QWidget::customContextMenuRequested, this, [this](const QPoint& pos) {
@@ -187,6 +194,35 @@ void CUsersView::UpdateActions() {
     const bool selected = m_list->selectionModel()->hasSelection();
     m_delete->setEnabled(selected);
     m_copy->setEnabled(selected);
+    m_modify->setEnabled(selected);
+    m_copyProfile->setEnabled(selected);
+}
+
+QString CUsersView::FirstSelected() const {
+    const std::vector<int> rows = CUsersModel::SelectedRows(m_list->selectionModel()->selection());
+    return rows.empty() ? QString() : m_model->CellText(rows.front(), UserColumn::User).left(150);
+}
+
+void CUsersView::OnModifyProfile() {
+    const QString account = FirstSelected();
+    if (!account.isEmpty())
+        ShowUserProfile(Doc(), account, this);
+}
+
+void CUsersView::OnCopyProfile() {
+    const QString account = FirstSelected();
+    if (account.isEmpty())
+        return;
+    const qsizetype slash = account.lastIndexOf(u'\\');
+    CCwadminDoc& doc = Doc();
+    // The dialog takes its source from the selection; the list keeps showing what the tree chose.
+    const QString domain = doc.m_selectedDomain, user = doc.m_selectedUser;
+    doc.m_selectedDomain = slash < 0 ? QString() : account.left(slash);
+    doc.m_selectedUser = account.mid(slash + 1);
+    CCopyProfile dialog(doc, this);
+    doc.m_selectedDomain = domain;
+    doc.m_selectedUser = user;
+    dialog.exec();
 }
 
 QMenu* CUsersView::ContextMenu() {

@@ -44,17 +44,25 @@ public:
     void OnFilePrint();
     void OnFilePrintPreview();
     void SetLimitColumns(bool shown);
+    // "&Modify Profile" (and a double-click): the first selected account's sheet.
+    void OnModifyProfile();
+    // "&Copy Profile...": the first selected account's profile to others.
+    void OnCopyProfile();
 
     QTreeView* List() const { return m_list; }
     CUsersModel* Model() const { return m_model; }
     QTimer& RefreshTimer() { return m_timer; }
     QAction* DeleteAction() const { return m_delete; }
+    QAction* ModifyAction() const { return m_modify; }
+    QAction* CopyProfileAction() const { return m_copyProfile; }
     QAction* LimitsAction() const { return m_limits; }
     // The list's and the header's menus, as a right-click shows them.
     QMenu* ContextMenu();
 
 private:
     void UpdateActions();
+    // The first selected row's account, empty when none is.
+    QString FirstSelected() const;
     void PaintPage(QPainter& painter, const QRect& page, int pageNumber, int pages, int firstRow,
                    int rowsPerPage) const;
 
@@ -63,6 +71,8 @@ private:
     CUserFilter m_filter;
     QTimer m_timer;
     QAction* m_delete;
+    QAction* m_modify;
+    QAction* m_copyProfile;
     QAction* m_copy;
     QAction* m_save;
     QAction* m_print;

@@ -217,6 +217,26 @@ bool CHostService::ConnectedAnywhere(const QString& domain, const QString& user)
     return false;
 }
 
+CHostService::RasPermission CHostService::RasPermissionOf(const QString& domain, const QString& user) {
+    RasPermission permission;
+    const CNetworkDirectory::Domain* d = m_context.Directory().FindDomain(domain);
+    if (!d || d->controller.isEmpty())
+        return permission;
+    const auto controller = m_context.site->FindHost(d->controller.toStdString());
+    if (!controller)
+        return permission;
+    const auto doc = m_context.Files().Read(controller->dir / "rasusers.ini");
+    const std::string account = CwText::ToAnsi(user);
+    // Accounts the controller keeps no record of are left to the service's own rules.
+    if (!doc->FindSection(account))
+        return permission;
+    const qint64 bits = CwText::ToNumber(doc->Find(account, "Privilege").value_or("0"));
+    permission.refused = (bits & 8) == 0;
+    if (bits & 2)
+        permission.callback = CwText::FromAnsi(std::string(doc->Find(account, "Phone").value_or("")));
+    return permission;
+}
+
 quint32 CHostService::Address(int portIndex, const CUserProfile& limits, const CPortProfile& portProfile) {
     if (m_settings.staticIp && limits.staticIp)
         return quint32(limits.staticIp);
@@ -280,6 +300,11 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
         return Deny(*root, portSpelled, accountName, source, now, CwRules::NotDefined);
     const qsizetype slash = accountName.indexOf(u'\\');
     const QString domain = accountName.left(slash), user = accountName.mid(slash + 1);
+    const RasPermission ras = RasPermissionOf(domain, user);
+    if (ras.refused) {
+        m_context.Print(where + u"  "_s + accountName + u" has no dial-in permission"_s + source);
+        return u"1,No dial-in permission"_s;
+    }
     const fs::path usr = OCL::Site::AppendWithoutCase(*root, "callward.usr");
     const fs::path hw = OCL::Site::AppendWithoutCase(*root, "callward.hw");
     auto& files = m_context.Files();
@@ -366,7 +391,8 @@ QString CHostService::Connect(const QString& portName, const QString& accountNam
     WriteStatus();
     m_context.Print(where + u"  "_s + section + u" connected from "_s + computer + u", IP "_s +
                     QString::fromStdString(OCL::Site::DottedAddress(held.ip)) +
-                    (caller.fromDefault ? u", profile made from Default"_s : QString()) + source);
+                    (caller.fromDefault ? u", profile made from Default"_s : QString()) +
+                    (ras.callback.isEmpty() ? QString() : u", called back at "_s + ras.callback) + source);
     return kAccepted;
 }
 

@@ -98,6 +98,14 @@ private:
              const CwDayLog::Event& event, qint64* key = nullptr);
     void Finish(const Ended& ended);
     bool ConnectedAnywhere(const QString& domain, const QString& user);
+    // The domain controller's RAS permission of the account, when it keeps one:
+    // refused without the dial-in bit (RAS hangs up before the service is told),
+    // else the call-back number the caller is called back at ("" for none).
+    struct RasPermission {
+        bool refused = false;
+        QString callback;
+    };
+    RasPermission RasPermissionOf(const QString& domain, const QString& user);
     quint32 Address(int portIndex, const CUserProfile& limits, const CPortProfile& portProfile);
     Held NewHeld(const OCL::Site::PortRecord& port, qint64 now);
     // The warnings due before the service ends the session by a limit.
