@@ -196,15 +196,12 @@ void CLogView::OnUpdate(IView*, int hint, const CHintObject*) {
     // A view being replaced waits for its deletion; only the shown one answers.
     if (Frame().RightView() != this)
         return;
-    switch (hint) {
-    case Hint::ServerListChanged:
-    case Hint::UPDATE_NEW_PORTS:
-    case Hint::UPDATE_NEW_USERS:
-    case Hint::SelectNode:
-    case Hint::DayChanged:
+    if (ChangesShownDay(hint)) {
         if (Reload())
             LoadEvents();
-        break;
+        return;
+    }
+    switch (hint) {
     case Hint::SaveData:
         Save();
         break;

@@ -16,3 +16,16 @@ void CRightView::Detach() {
 }
 
 void CRightView::OnUpdate(IView*, int, const CHintObject*) {}
+
+bool CRightView::ChangesShownDay(int hint) {
+    switch (hint) {
+    case Hint::ServerListChanged:
+    case Hint::UPDATE_NEW_PORTS:
+    case Hint::UPDATE_NEW_USERS:
+    case Hint::SelectNode:
+    case Hint::DayChanged:
+        return true;
+    default:
+        return false;
+    }
+}

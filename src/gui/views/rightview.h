@@ -26,6 +26,9 @@ public:
     // The first-show notice the container sends after putting the view in place.
     virtual void OnInitialUpdate() {}
     void OnUpdate(IView* sender, int hint, const CHintObject* hintObject) override;
+    // Whether a notice changes which day or which part of the network the
+    // history views show, so that they load again.
+    static bool ChangesShownDay(int hint);
 
     // Commands routed from the main frame while this view is shown.
     virtual bool CanEditCopy() const { return false; }

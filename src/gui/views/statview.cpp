@@ -77,20 +77,10 @@ void CStatView::OnInitialUpdate() {
 void CStatView::OnUpdate(IView*, int hint, const CHintObject*) {
     if (Frame().RightView() != this)
         return;
-    switch (hint) {
-    case Hint::ServerListChanged:
-    case Hint::UPDATE_NEW_PORTS:
-    case Hint::UPDATE_NEW_USERS:
-    case Hint::SelectNode:
-    case Hint::DayChanged:
+    if (ChangesShownDay(hint))
         Regenerate();
-        break;
-    case Hint::SaveData:
+    else if (hint == Hint::SaveData)
         Doc().Stat_Save();
-        break;
-    default:
-        break;
-    }
 }
 
 void CStatView::Regenerate() {

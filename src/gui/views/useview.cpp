@@ -75,17 +75,8 @@ void CUseView::OnInitialUpdate() {
 void CUseView::OnUpdate(IView*, int hint, const CHintObject*) {
     if (Frame().RightView() != this)
         return;
-    switch (hint) {
-    case Hint::ServerListChanged:
-    case Hint::UPDATE_NEW_PORTS:
-    case Hint::UPDATE_NEW_USERS:
-    case Hint::SelectNode:
-    case Hint::DayChanged:
+    if (ChangesShownDay(hint))
         Rebuild();
-        break;
-    default:
-        break;
-    }
 }
 
 void CUseView::Rebuild() {
