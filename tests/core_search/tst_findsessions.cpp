@@ -11,6 +11,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QLabel>
 #include <QLineEdit>
 #include <QtTest>
 
@@ -27,7 +28,8 @@ void TestFindSessions::accountOverDays() {
         CTestConsole::AddServer(w, u"PDC1"_s, u"RAS"_s, u"4.0"_s, 2, true);
         w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"LogData\\2026-Nov-23.log"_s,
                          "[PDC1\\COM1]\r\n1795392000=H3725_SALES\\bob?3232235777?9:IPX1:WS01:999:2000\r\n"
-                         "1795392100=C_SALES\\bob*hello\r\n[PDC1\\COM2]\r\n1795392200=N_SALES\\carol?4\r\n");
+                         "1795392100=C_SALES\\bob*hello\r\n[PDC1\\COM2]\r\n1795392200=N_SALES\\carol?4\r\n"
+                         "1795392300=N_SALES\\dave?4\r\n");
         w.WriteShareFile(u"PDC1"_s, u"CW_NT_DB"_s, u"OldData\\2026-Nov-02.log"_s,
                          "[PDC1\\COM2]\r\n1793620000=N_sales\\BOB?2\r\n");
     });
@@ -57,6 +59,7 @@ void TestFindSessions::accountOverDays() {
     QVERIFY(view && view->ShowingSearch());
     const CLogModel* model = view->Model();
     QCOMPARE(model->rowCount(), 3);
+    QCOMPARE(frame.StatusPane(1)->text(), u"3 Events"_s);
     QCOMPARE(frame.Container()->Caption()->Caption(),
              u"Sessions (User SALES\\bob), 2026-11-01 to 2026-11-23"_s);
     // Rows from two days carry their dates.
@@ -67,6 +70,7 @@ void TestFindSessions::accountOverDays() {
     view->LoadEvents();
     QVERIFY(!view->ShowingSearch());
     QCOMPARE(frame.Container()->Caption()->Caption(), u"History (all available records)"_s);
+    QCOMPARE(frame.StatusPane(1)->text(), u"4 Events"_s);
 }
 
 QTEST_MAIN(TestFindSessions)

@@ -132,7 +132,11 @@ void CMainFrame::ShowEventCount() {
     if (m_doc.m_viewMode == ViewMode::Status)
         m_panes[1]->clear();
     else
-        m_panes[1]->setText(u"%1 Events"_s.arg(m_doc.LogRecords()->Count()));
+        ShowEventCount(qsizetype(m_doc.LogRecords()->Count()));
+}
+
+void CMainFrame::ShowEventCount(qsizetype events) {
+    m_panes[1]->setText(u"%1 Events"_s.arg(events));
 }
 
 void CMainFrame::ShowSplash(bool show) {

@@ -51,8 +51,9 @@ public:
     QString StatusText() const;
     QLabel* StatusPane(int pane) const { return m_panes[pane]; }
     // Status pane 1: "%d Events" (the day's loaded records) in the history
-    // modes, nothing in Status mode.
+    // modes, nothing in Status mode; or the events of a search result shown.
     void ShowEventCount();
+    void ShowEventCount(qsizetype events);
 
     // Arranging the right pane.
     void ArrangeViews();

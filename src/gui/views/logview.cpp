@@ -253,6 +253,7 @@ void CLogView::ShowSearch(std::shared_ptr<const CLogStore> store, const QString&
     m_list->resizeColumnToContents(0);
     if (CCwadminView* container = Frame().Container())
         container->Caption()->SetCaption(u"Sessions "_s + caption);
+    Frame().ShowEventCount(m_model->rowCount());
 }
 
 void CLogView::Fill(const CLogFilter& filter, bool keepState) {
