@@ -229,6 +229,26 @@ Document::KeyParts Document::PartsOfKey(std::size_t index) const {
     return k;
 }
 
+Document::KeyLine Document::Key(std::size_t section, std::size_t key) const {
+    const std::size_t index = KeyIndex(section, key);
+    const char* data = m_bytes.data();
+    const auto size = std::uint32_t(m_bytes.size());
+    std::uint32_t begin = m_keys[index];
+    while (IsBlank(data[begin]))
+        ++begin;
+    std::uint32_t end = begin;
+    while (end < size && data[end] != '=' && !IsLineEnd(data[end]))
+        ++end;
+    KeyLine line;
+    line.hasValue = end < size && data[end] == '=';
+    if (line.hasValue)
+        line.value = *ValueOfKey(index, end);
+    while (end > begin && IsBlank(data[end - 1]))
+        --end;
+    line.name = {data + begin, CutAtNul(data, begin, end - begin)};
+    return line;
+}
+
 std::string_view Document::KeyName(std::size_t section, std::size_t key) const {
     return NameOfKey(KeyIndex(section, key));
 }

@@ -88,6 +88,13 @@ public:
     // The value as a lookup returns it; empty for a key without '='.
     std::string_view Value(std::size_t section, std::size_t key) const;
     bool HasValue(std::size_t section, std::size_t key) const;
+    // The three at once, reading the line once.
+    struct KeyLine {
+        std::string_view name;
+        bool hasValue = false;
+        std::string_view value;
+    };
+    KeyLine Key(std::size_t section, std::size_t key) const;
 
     // Profile-function lookups.
     std::optional<std::size_t> FindSection(std::string_view name) const;

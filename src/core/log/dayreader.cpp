@@ -1,5 +1,6 @@
 #include "core/log/dayreader.h"
 
+#include "core/log/largememory.h"
 #include "ini/inifile.h"
 
 #include <QDateTime>
@@ -53,6 +54,8 @@ bool CDayReader::ReadFile(const std::filesystem::path& path, std::string* bytes,
     if (stamp)
         *stamp = {expected, file.fileTime(QFileDevice::FileModificationTime).toSecsSinceEpoch()};
     std::string data;
+    data.reserve(std::size_t(std::max<qint64>(expected, 0)));
+    CwMemory::PreferLargePages(data.data(), data.capacity());
     data.resize(std::size_t(std::max<qint64>(expected, 0)));
     const qint64 got = data.empty() ? 0 : file.read(data.data(), qint64(data.size()));
     if (got < 0)
@@ -99,15 +102,12 @@ std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSee
         const std::uint32_t channel = store->AddChannel(split.server, split.port);
         keys.Reset(count);
         for (std::size_t k = 0; k < count; ++k) {
-            const std::string_view key = document->KeyName(s, k);
+            const OCL::Ini::Document::KeyLine line = document->Key(s, k);
             // A line without '=' hides later keys of its name: their lookup answers
             // the default, which is skipped.
-            if (!keys.Insert(key) || !document->HasValue(s, k))
+            if (!keys.Insert(line.name) || !line.hasValue || Skipped(line.value))
                 continue;
-            const std::string_view value = document->Value(s, k);
-            if (Skipped(value))
-                continue;
-            store->Add(channel, CwLog::ReadInt32(key), CwLog::ParseLogValue(value));
+            store->Add(channel, CwLog::ReadInt32(line.name), CwLog::ParseLogValue(line.value));
         }
     }
     store->Finish();

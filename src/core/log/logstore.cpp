@@ -1,4 +1,5 @@
 #include "core/log/logstore.h"
+#include "core/log/largememory.h"
 
 #include "core/app/ansitext.h"
 
@@ -21,6 +22,11 @@ std::uint32_t CLogStore::AddChannel(std::string_view server, std::string_view po
     if (added)
         m_channels.push_back({s, p, 0});
     return it->second;
+}
+
+void CLogStore::Reserve(std::size_t events) {
+    m_events.reserve(events);
+    CwMemory::PreferLargePages(m_events.data(), m_events.capacity() * sizeof(Event));
 }
 
 void CLogStore::Add(std::uint32_t channel, std::int32_t time, const CwLog::LogValue& value) {

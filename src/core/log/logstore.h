@@ -57,7 +57,7 @@ public:
 
     CLogStore();
 
-    void Reserve(std::size_t events) { m_events.reserve(events); }
+    void Reserve(std::size_t events);
     // The id of a section's server and port (cut to their widths already).
     std::uint32_t AddChannel(std::string_view server, std::string_view port);
     void Add(std::uint32_t channel, std::int32_t time, const CwLog::LogValue& value);
