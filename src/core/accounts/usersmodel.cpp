@@ -3,8 +3,7 @@
 #include "core/app/ansitext.h"
 #include "core/log/logmodel.h"
 #include "core/log/logtexts.h"
-
-#include <QSaveFile>
+#include "core/ui/listfile.h"
 
 #include <algorithm>
 #include <array>
@@ -85,10 +84,6 @@ std::uint32_t SortKey(const CUserStore& store, std::uint32_t i, int column) {
     default:
         return 0;
     }
-}
-
-QString CellOrBlank(const QString& text) {
-    return text.isEmpty() ? u" "_s : text;
 }
 
 } // namespace
@@ -232,37 +227,16 @@ std::vector<int> CUsersModel::SelectedRows(const QItemSelection& selection) {
 }
 
 QString CUsersModel::CopyText(const QItemSelection& selection) const {
-    const std::vector<int> rows = SelectedRows(selection);
-    QString text;
-    text.reserve(qsizetype(rows.size()) * 220);
-    for (const int row : rows) {
-        if (row >= rowCount())
-            continue;
-        for (int column = 0; column < columnCount(); ++column)
-            text += CellOrBlank(CellText(row, column)) + u',';
-        text += u"\r\n"_s;
-    }
-    return text;
+    return CListFile::Text(SelectedRows(selection), rowCount(), columnCount(),
+                           [this](int row, int column) { return CellText(row, column); });
 }
 
 bool CUsersModel::WriteCsv(QIODevice& out) const {
     QString header = kSaveHeader;
     for (std::size_t column = TotalUsedIndex; column < m_columns.size(); ++column)
         header += u',' + UserColumn::ListTitle(m_columns[column]);
-    std::string bytes = CAnsi::FromQString(header) + "\r\n";
-    for (int row = 0; row < rowCount(); ++row) {
-        QString line;
-        for (int column = 0; column < columnCount(); ++column)
-            line += CellOrBlank(CellText(row, column)) + u',';
-        bytes += CAnsi::FromQString(line);
-        bytes += "\r\n";
-        if (bytes.size() >= (1u << 16)) {
-            if (out.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
-                return false;
-            bytes.clear();
-        }
-    }
-    return out.write(bytes.data(), qint64(bytes.size())) == qint64(bytes.size());
+    return CListFile::Write(out, header, nullptr, rowCount(), columnCount(),
+                            [this](int row, int column) { return CellText(row, column); });
 }
 
 bool CUsersModel::Save(OCL::IPrompter& prompter) const {
@@ -270,19 +244,7 @@ bool CUsersModel::Save(OCL::IPrompter& prompter) const {
         prompter.SaveFileName(u"Save Data to File"_s, {}, u"Comma Separated File (*.csv)"_s, u"csv"_s);
     if (path.isEmpty())
         return false;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        prompter.Message(u"Error opening file for output."_s, {}, OCL::IPrompter::Icon::Error,
-                         OCL::IPrompter::Buttons::Ok);
-        return false;
-    }
-    // Written beside the target and renamed over it: a failed save leaves the old file.
-    if (!WriteCsv(file) || !file.commit()) {
-        prompter.Message(u"Error writing %1: %2"_s.arg(path, file.errorString()), {},
-                         OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
-        return false;
-    }
-    return true;
+    return CListFile::Save(path, prompter, [this](QIODevice& file) { return WriteCsv(file); });
 }
 
 int CUsersModel::rowCount(const QModelIndex& parent) const {

@@ -4,6 +4,7 @@
 #include "core/doc/cwadmindoc.h"
 
 #include "core/app/ansitext.h"
+#include "core/ui/listfile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -66,20 +67,9 @@ bool CCwadminDoc::Stat_Save() {
 }
 
 bool CCwadminDoc::Stat_SaveToFile(const QString& path) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        m_env.Prompter().Message(u"Error opening file for output."_s, {}, IPrompter::Icon::Error,
-                                 IPrompter::Buttons::Ok);
-        return false;
-    }
     const QByteArray text = m_statistics.SaveText(ShownDayText());
-    // Written beside the file and renamed over it: a failed save leaves the old one.
-    if (file.write(text) != text.size() || !file.commit()) {
-        m_env.Prompter().Message(u"Error writing %1: %2"_s.arg(path, file.errorString()), {},
-                                 IPrompter::Icon::Error, IPrompter::Buttons::Ok);
-        return false;
-    }
-    return true;
+    return CListFile::Save(path, m_env.Prompter(),
+                           [&](QIODevice& file) { return file.write(text) == text.size(); });
 }
 
 const CUsageGraph& CCwadminDoc::RebuildUsage() {

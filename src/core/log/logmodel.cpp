@@ -1,8 +1,7 @@
 #include "core/log/logmodel.h"
 
 #include "core/app/ansitext.h"
-
-#include <QSaveFile>
+#include "core/ui/listfile.h"
 
 #include <algorithm>
 
@@ -59,10 +58,6 @@ std::uint64_t SortKey(const CLogStore& store, const CLogStore::Event& e, int col
     default:
         return 0;
     }
-}
-
-QString CellOrBlank(const QString& text) {
-    return text.isEmpty() ? u" "_s : text;
 }
 
 } // namespace
@@ -168,17 +163,8 @@ std::vector<int> CLogModel::SelectedRows(const QItemSelection& selection) {
 }
 
 QString CLogModel::CopyText(const QItemSelection& selection) const {
-    const std::vector<int> rows = SelectedRows(selection);
-    QString text;
-    text.reserve(qsizetype(rows.size()) * 220);
-    for (const int row : rows) {
-        if (row >= rowCount())
-            continue;
-        for (int column = 0; column < columnCount(); ++column)
-            text += CellOrBlank(CellText(row, column)) + u',';
-        text += u"\r\n"_s;
-    }
-    return text;
+    return CListFile::Text(SelectedRows(selection), rowCount(), columnCount(),
+                           [this](int row, int column) { return CellText(row, column); });
 }
 
 bool CLogModel::WriteCsv(QIODevice& out, const std::vector<int>* rows) const {
@@ -186,24 +172,8 @@ bool CLogModel::WriteCsv(QIODevice& out, const std::vector<int>* rows) const {
     for (const int id : m_columns)
         if (id != LogColumn::Time)
             header += LogColumn::SaveHeader(id);
-    std::string bytes = CAnsi::FromQString(header) + "\r\n";
-    const int count = rows ? int(rows->size()) : rowCount();
-    for (int i = 0; i < count; ++i) {
-        const int row = rows ? (*rows)[std::size_t(i)] : i;
-        if (row < 0 || row >= rowCount())
-            continue;
-        QString line;
-        for (int column = 0; column < columnCount(); ++column)
-            line += CellOrBlank(CellText(row, column)) + u',';
-        bytes += CAnsi::FromQString(line);
-        bytes += "\r\n";
-        if (bytes.size() >= (1u << 16)) {
-            if (out.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
-                return false;
-            bytes.clear();
-        }
-    }
-    return out.write(bytes.data(), qint64(bytes.size())) == qint64(bytes.size());
+    return CListFile::Write(out, header, rows, rowCount(), columnCount(),
+                            [this](int row, int column) { return CellText(row, column); });
 }
 
 bool CLogModel::Save(OCL::IPrompter& prompter, const QItemSelection& selection) const {
@@ -213,19 +183,9 @@ bool CLogModel::Save(OCL::IPrompter& prompter, const QItemSelection& selection) 
     const QString path = prompter.SaveFileName(caption, {}, u"Comma Separated File (*.csv)"_s, u"csv"_s);
     if (path.isEmpty())
         return false;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        prompter.Message(u"Error opening file for output."_s, {}, OCL::IPrompter::Icon::Error,
-                         OCL::IPrompter::Buttons::Ok);
-        return false;
-    }
-    // Written beside the target and renamed over it: a failed save leaves the old file.
-    if (!WriteCsv(file, selected.empty() ? nullptr : &selected) || !file.commit()) {
-        prompter.Message(u"Error writing %1: %2"_s.arg(path, file.errorString()), {},
-                         OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
-        return false;
-    }
-    return true;
+    return CListFile::Save(path, prompter, [&](QIODevice& file) {
+        return WriteCsv(file, selected.empty() ? nullptr : &selected);
+    });
 }
 
 int CLogModel::rowCount(const QModelIndex& parent) const {
