@@ -5,7 +5,6 @@
 
 #include <QCommandLineParser>
 #include <QDate>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -79,9 +78,9 @@ int RunDay(const QString& site, const QStringList& args) {
     const QDate day = positional.size() == 1 ? QDate::fromString(positional[0], u"yyyy-MM-dd"_s) : QDate();
     if (!day.isValid())
         return CtlFail(u"day takes one date, YYYY-MM-DD"_s, CtlExit::BadArguments);
-    const QString format = parser.isSet(u"format"_s) ? parser.value(u"format"_s) : u"csv"_s;
-    if (format != u"csv"_s && format != u"jsonl"_s)
-        return CtlFail(u"--format is csv or jsonl"_s, CtlExit::BadArguments);
+    const CtlFormat format = CtlFormatOf(parser);
+    if (format == CtlFormat::Bad)
+        return CtlExit::BadArguments;
     bool maskOk = true;
     const quint32 mask = parser.isSet(u"columns"_s) ? parser.value(u"columns"_s).toUInt(&maskOk, 0) : 0;
     if (!maskOk)
@@ -108,20 +107,8 @@ int RunDay(const QString& site, const QStringList& args) {
     model.SetFormat(doc.LogCellFormat());
     model.Fill(doc.LogRecords(), filter);
 
-    QFile out;
-    if (!out.open(stdout, QIODevice::WriteOnly))
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    bool written = true;
-    if (format == u"csv"_s) {
-        written = model.WriteCsv(out);
-    } else {
-        const auto store = doc.LogRecords();
-        for (int row = 0; row < model.rowCount() && written; ++row) {
-            const QByteArray line = DayJsonLine(store->Record(model.RecordAt(row)));
-            written = out.write(line) == line.size();
-        }
-    }
-    if (!written || !out.flush())
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    return CtlExit::Done;
+    const auto store = doc.LogRecords();
+    return CtlPrintList(
+        format, [&](QIODevice& out) { return model.WriteCsv(out); }, model.rowCount(),
+        [&](qsizetype row) { return DayJsonLine(store->Record(model.RecordAt(int(row)))); });
 }

@@ -6,7 +6,6 @@
 #include "ctl/indexcommand.h"
 
 #include <QCommandLineParser>
-#include <QFile>
 
 #include <cstdio>
 
@@ -22,9 +21,9 @@ int RunSearch(const QString& site, const QStringList& args) {
         return CtlFail(parser.errorText(), CtlExit::BadArguments);
     if (!parser.positionalArguments().isEmpty())
         return CtlFail(u"search takes options only"_s, CtlExit::BadArguments);
-    const QString format = parser.isSet(u"format"_s) ? parser.value(u"format"_s) : u"csv"_s;
-    if (format != u"csv"_s && format != u"jsonl"_s)
-        return CtlFail(u"--format is csv or jsonl"_s, CtlExit::BadArguments);
+    const CtlFormat format = CtlFormatOf(parser);
+    if (format == CtlFormat::Bad)
+        return CtlExit::BadArguments;
     bool ok = true;
     const quint32 mask = parser.isSet(u"columns"_s) ? parser.value(u"columns"_s).toUInt(&ok, 0) : 0;
     if (!ok)
@@ -82,19 +81,7 @@ int RunSearch(const QString& site, const QStringList& args) {
     model.SetColumns(mask != 0 ? mask : ctl.Doc().m_historyColumns);
     model.SetFormat(SearchCellFormat(ctl.Doc()));
     model.Fill(answer.store, CLogFilter());
-    QFile out;
-    if (!out.open(stdout, QIODevice::WriteOnly))
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    bool written = true;
-    if (format == u"csv"_s) {
-        written = model.WriteCsv(out);
-    } else {
-        for (std::size_t i = 0; i < answer.store->Count() && written; ++i) {
-            const QByteArray line = DayJsonLine(answer.store->Record(i));
-            written = out.write(line) == line.size();
-        }
-    }
-    if (!written || !out.flush())
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    return CtlExit::Done;
+    return CtlPrintList(
+        format, [&](QIODevice& out) { return model.WriteCsv(out); }, qsizetype(answer.store->Count()),
+        [&](qsizetype i) { return DayJsonLine(answer.store->Record(std::size_t(i))); });
 }

@@ -4,7 +4,6 @@
 #include "ctl/ctlsite.h"
 
 #include <QDate>
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -37,8 +36,5 @@ int RunStats(const QString& site, const QStringList& args) {
         panel += (line.value.isEmpty() ? line.label : line.label.leftJustified(27) + line.value) + u"\r\n"_s;
     const QByteArray bytes = QByteArray::fromStdString(CAnsi::FromQString(panel + u"\r\n"_s)) +
                              doc.Statistics().SaveText(doc.ShownDayText());
-    QFile out;
-    if (!out.open(stdout, QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.flush())
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    return CtlExit::Done;
+    return CtlPrint(bytes);
 }

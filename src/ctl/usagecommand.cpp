@@ -5,7 +5,6 @@
 #include "ctl/statscommand.h"
 
 #include <QCommandLineParser>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -16,22 +15,22 @@ int RunUsage(const QString& site, const QStringList& args) {
     parser.addOption(QCommandLineOption(u"format"_s, {}, u"value"_s));
     if (!parser.parse(QStringList{u"usage"_s} + args))
         return CtlFail(parser.errorText(), CtlExit::BadArguments);
-    const QString format = parser.isSet(u"format"_s) ? parser.value(u"format"_s) : u"csv"_s;
-    if (format != u"csv"_s && format != u"jsonl"_s)
-        return CtlFail(u"--format is csv or jsonl"_s, CtlExit::BadArguments);
+    const CtlFormat format = CtlFormatOf(parser);
+    if (format == CtlFormat::Bad)
+        return CtlExit::BadArguments;
     CCtlSite ctl;
     if (const int code = OpenCtlDay(ctl, site, parser.positionalArguments(), "usage"); code >= 0)
         return code;
     const CUsageGraph graph = CUsageGraph::Build(*ctl.Doc().LogRecords());
 
     QByteArray bytes;
-    if (format == u"csv"_s)
+    if (format == CtlFormat::Csv)
         bytes = "Server,Port,Start,End\r\n";
     for (const CUsageServer& server : graph.servers)
         for (const CUsagePort& port : server.ports)
             for (const CUsageInterval& interval : port.intervals) {
                 const qint64 end = interval.start + interval.length;
-                if (format == u"csv"_s) {
+                if (format == CtlFormat::Csv) {
                     bytes += QByteArray::fromStdString(CAnsi::FromQString(
                         u"%1,%2,%3,%4\r\n"_s.arg(server.name, port.name).arg(interval.start).arg(end)));
                 } else {
@@ -42,8 +41,5 @@ int RunUsage(const QString& site, const QStringList& args) {
                     bytes += QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
                 }
             }
-    QFile out;
-    if (!out.open(stdout, QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.flush())
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    return CtlExit::Done;
+    return CtlPrint(bytes);
 }

@@ -6,7 +6,6 @@
 #include "ini/inifile.h"
 
 #include <QCommandLineParser>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -58,9 +57,9 @@ int RunUsers(const QString& site, const QStringList& args) {
         return CtlFail(parser.errorText(), CtlExit::BadArguments);
     if (!parser.positionalArguments().isEmpty())
         return CtlFail(u"users takes no arguments besides its options"_s, CtlExit::BadArguments);
-    const QString format = parser.isSet(u"format"_s) ? parser.value(u"format"_s) : u"csv"_s;
-    if (format != u"csv"_s && format != u"jsonl"_s)
-        return CtlFail(u"--format is csv or jsonl"_s, CtlExit::BadArguments);
+    const CtlFormat format = CtlFormatOf(parser);
+    if (format == CtlFormat::Bad)
+        return CtlExit::BadArguments;
     CUserFilter::Selection selection;
     QString error;
     if (!SelectionOf(parser, &selection, &error))
@@ -86,21 +85,9 @@ int RunUsers(const QString& site, const QStringList& args) {
     model.SetFormat(doc.UserCellFormat());
     model.Fill(doc.Users(), filter);
 
-    QFile out;
-    if (!out.open(stdout, QIODevice::WriteOnly))
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    bool written = true;
-    if (format == u"csv"_s) {
-        written = model.WriteCsv(out);
-    } else {
-        // The parse the list was read from.
-        const auto file = ctl.Environment().Files().Read(local);
-        for (int row = 0; row < model.rowCount() && written; ++row) {
-            const QByteArray line = JsonLine(*file, model.Store().Name(model.RecordAt(row)));
-            written = out.write(line) == line.size();
-        }
-    }
-    if (!written || !out.flush())
-        return CtlFail(u"cannot write to the standard output"_s, CtlExit::Unreadable);
-    return CtlExit::Done;
+    // The parse the list was read from.
+    const auto file = format == CtlFormat::JsonLines ? ctl.Environment().Files().Read(local) : nullptr;
+    return CtlPrintList(
+        format, [&](QIODevice& out) { return model.WriteCsv(out); }, model.rowCount(),
+        [&](qsizetype row) { return JsonLine(*file, model.Store().Name(model.RecordAt(int(row)))); });
 }
