@@ -1,11 +1,10 @@
 #include "core/accounts/userfilter.h"
 
+#include "core/net/accountlists.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// Members are listed in pages of about this many bytes.
-constexpr OCL::DWORD kPageBytes = 10000;
 
 bool Same(QStringView a, QStringView b) {
     return a.compare(b, Qt::CaseInsensitive) == 0;
@@ -29,28 +28,16 @@ CUserFilter CUserFilter::ForSelection(const Selection& selection, OCL::INetwork&
         return filter;
     }
     filter.m_kind = Kind::Group;
-    std::u16string controller;
-    const OCL::DWORD rc = network.GetDCName({}, selection.domain.left(35).toStdU16String(), &controller);
+    QStringList names;
+    const OCL::DWORD rc =
+        CAccountLists::GroupMembers(network, selection.domain.left(35), selection.group, &names);
     if (rc != OCL::Err::Success) {
         prompter.Message(QString::asprintf("Error getting PDC (%d)", int(rc)), {},
                          OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
         return filter;
     }
-    // Page on while fewer members were read than the controller counts; a
-    // failing page ends the list with what was read.
-    OCL::DWORD_PTR resume = 0;
-    std::vector<std::u16string> names;
-    for (;;) {
-        OCL::DWORD total = 0;
-        const std::size_t before = names.size();
-        const OCL::DWORD result = network.GroupGetUsers(controller, selection.group.toStdU16String(),
-                                                        kPageBytes, &names, &total, &resume);
-        if ((result != OCL::Err::Success && result != OCL::Err::MoreData) || names.size() == before ||
-            names.size() >= total)
-            break;
-    }
-    for (const std::u16string& name : names)
-        filter.m_members.insert(QString::fromStdU16String(name).toCaseFolded());
+    for (const QString& name : names)
+        filter.m_members.insert(name.toCaseFolded());
     return filter;
 }
 

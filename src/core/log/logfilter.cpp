@@ -1,11 +1,10 @@
 #include "core/log/logfilter.h"
 
+#include "core/net/accountlists.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// Members are listed in pages of about this many bytes.
-constexpr OCL::DWORD kPageBytes = 10000;
 
 bool Same(const QString& a, const QString& b) {
     return a.compare(b, Qt::CaseInsensitive) == 0;
@@ -36,28 +35,15 @@ CLogFilter CLogFilter::ForSelection(const Selection& selection, OCL::INetwork& n
     case 10:
     case 11: {
         filter.m_kind = Kind::Group;
-        std::u16string controller;
-        const OCL::DWORD rc = network.GetDCName({}, selection.domain.toStdU16String(), &controller);
+        QStringList names;
+        const OCL::DWORD rc = CAccountLists::GroupMembers(network, selection.domain, selection.group, &names);
         if (rc != OCL::Err::Success) {
             prompter.Message(QString::asprintf("Error getting PDC (%d)", int(rc)), {},
                              OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
             break;
         }
-        // Page on while fewer members were read than the controller counts.
-        OCL::DWORD_PTR resume = 0;
-        std::vector<std::u16string> names;
-        for (;;) {
-            OCL::DWORD total = 0;
-            const std::size_t before = names.size();
-            const OCL::DWORD result = network.GroupGetUsers(controller, selection.group.toStdU16String(),
-                                                            kPageBytes, &names, &total, &resume);
-            if ((result != OCL::Err::Success && result != OCL::Err::MoreData) || names.size() == before ||
-                names.size() >= total)
-                break;
-        }
-        for (const std::u16string& name : names)
-            filter.m_members.insert(
-                QString(selection.domain + u'\\' + QString::fromStdU16String(name)).toCaseFolded());
+        for (const QString& name : names)
+            filter.m_members.insert(QString(selection.domain + u'\\' + name).toCaseFolded());
         break;
     }
     default:

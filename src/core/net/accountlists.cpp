@@ -99,3 +99,24 @@ DWORD CAccountLists::Users(INetwork& network, const QString& controller, QString
         },
         names);
 }
+
+DWORD CAccountLists::GroupMembers(INetwork& network, const QString& domain, const QString& group,
+                                  QStringList* names) {
+    std::u16string controller;
+    if (const DWORD rc = network.GetDCName({}, Wide(domain), &controller); rc != Err::Success)
+        return rc;
+    DWORD_PTR resume = 0;
+    std::vector<std::u16string> read;
+    for (;;) {
+        DWORD total = 0;
+        const std::size_t before = read.size();
+        const DWORD result =
+            network.GroupGetUsers(controller, Wide(group), kPageBytes, &read, &total, &resume);
+        if ((result != Err::Success && result != Err::MoreData) || read.size() == before ||
+            read.size() >= total)
+            break;
+    }
+    for (const std::u16string& name : read)
+        names->append(QString::fromStdU16String(name));
+    return Err::Success;
+}

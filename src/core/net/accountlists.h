@@ -21,4 +21,11 @@ OCL::DWORD DialinServers(OCL::INetwork& network, const QString& domain, QStringL
 OCL::DWORD GlobalGroups(OCL::INetwork& network, const QString& controller, QStringList* names);
 OCL::DWORD Users(OCL::INetwork& network, const QString& controller, QStringList* names);
 
+// The members of a domain's global group, as the history and users filters
+// read them: the controller found by NetGetDCName (its code when that fails,
+// and no names), then pages while fewer names were read than the controller
+// counts; a failing page ends the list with what was read.
+OCL::DWORD GroupMembers(OCL::INetwork& network, const QString& domain, const QString& group,
+                        QStringList* names);
+
 } // namespace CAccountLists
