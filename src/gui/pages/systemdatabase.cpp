@@ -147,17 +147,23 @@ void CSystemDatabase::UpdateWidgets() {
     m_archiving->setEnabled(m_tree->topLevelItemCount() > 0);
 }
 
+std::filesystem::path CSystemDatabase::Confirmed(QString (*question)(int kind), int* folderKind,
+                                                 QString* day) const {
+    if (SelectedKind(folderKind, day) < 0)
+        return {};
+    QString why;
+    const auto share = LocalDataShare(m_doc, &why);
+    if (share.empty() ||
+        (day->isEmpty() && m_doc.Environment().Prompter().Ask(question(*folderKind)) != OCL::IPrompter::Yes))
+        return {};
+    return share;
+}
+
 void CSystemDatabase::OnDelete() {
     int folder = 0;
     QString day;
-    if (SelectedKind(&folder, &day) < 0)
-        return;
-    QString why;
-    const auto share = LocalDataShare(m_doc, &why);
+    const auto share = Confirmed(&CDatabase::DeleteQuestion, &folder, &day);
     if (share.empty())
-        return;
-    if (day.isEmpty() &&
-        m_doc.Environment().Prompter().Ask(CDatabase::DeleteQuestion(folder)) != OCL::IPrompter::Yes)
         return;
     CDatabase(share).Delete(folder, day);
     Rebuild();
@@ -166,14 +172,8 @@ void CSystemDatabase::OnDelete() {
 void CSystemDatabase::OnMigrate() {
     int folder = 0;
     QString day;
-    if (SelectedKind(&folder, &day) < 0)
-        return;
-    QString why;
-    const auto share = LocalDataShare(m_doc, &why);
+    const auto share = Confirmed(&CDatabase::MigrateQuestion, &folder, &day);
     if (share.empty())
-        return;
-    if (day.isEmpty() &&
-        m_doc.Environment().Prompter().Ask(CDatabase::MigrateQuestion(folder)) != OCL::IPrompter::Yes)
         return;
     const CDatabaseResult result = CDatabase(share).Migrate(folder, day);
     Rebuild();

@@ -5,6 +5,8 @@
 
 #include "gui/toolkit/propertysheet.h"
 
+#include <filesystem>
+
 class CCwadminDoc;
 class QLabel;
 class QPushButton;
@@ -30,6 +32,10 @@ private:
     void OnArchiving();
     // The selected item's kind and, for a day, its folder's kind and title.
     int SelectedKind(int* folderKind, QString* day) const;
+    // The share's local path for an action on the selected folder or day, with
+    // the folder's kind and the day; empty when there is nothing to act on or
+    // the user answers No to question(kind), which a whole folder is asked.
+    std::filesystem::path Confirmed(QString (*question)(int kind), int* folderKind, QString* day) const;
 
     CCwadminDoc& m_doc;
     QTreeWidget* m_tree;
