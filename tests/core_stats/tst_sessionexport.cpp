@@ -208,18 +208,20 @@ void TestSessionExport::keepsOldFile() {
 }
 
 void TestSessionExport::vanishedLog() {
-    const QByteArray day22 = [&] {
-        QFile f(LogFile(u"2026-Nov-22.log"_s));
+    // Gone after the first day is written, before the export reads it.
+    const QString gone = LogFile(u"2026-Dec-01.log"_s);
+    const QByteArray bytes = [&] {
+        QFile f(gone);
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
     }();
     const CSessionExportResult result = Export(0, 0, {}, {}, [&](int) {
-        QFile::remove(LogFile(u"2026-Nov-22.log"_s));
+        QFile::remove(gone);
         return true;
     });
-    WriteLog(u"2026-Nov-22.log"_s, day22);
+    WriteLog(u"2026-Dec-01.log"_s, bytes);
     QVERIFY(result.written);
-    QCOMPARE(result.notes, QStringList{u"2026-Nov-22.log was removed during the export and is not in it."_s});
-    QCOMPARE(PortsOf(m_out.filePath(u"out.csv"_s)), u"D20 D21 D23 X01"_s);
+    QCOMPARE(result.notes, QStringList{u"2026-Dec-01.log was removed during the export and is not in it."_s});
+    QCOMPARE(PortsOf(m_out.filePath(u"out.csv"_s)), u"D20 D21 D22 D23"_s);
 }
 
 void TestSessionExport::calendar() {

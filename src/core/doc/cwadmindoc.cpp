@@ -196,10 +196,14 @@ void CCwadminDoc::Navigate(int direction) {
         NavigateTo(m_year, m_month, m_day);
         return;
     }
+    const QDate next = Step(QDate(m_year, m_month, m_day), direction);
+    NavigateTo(next.year(), next.month(), next.day());
+}
+
+QDate CCwadminDoc::Step(QDate day, int direction) {
     // Stepping from 05:05 keeps daylight-saving changes from skipping or
     // repeating a day.
-    const QDateTime early(QDate(m_year, m_month, m_day), QTime(5, 5, 0));
+    const QDateTime early(day, QTime(5, 5, 0));
     const qint64 step = direction == 1 ? -86400 : 86400;
-    const QDate next = QDateTime::fromSecsSinceEpoch(early.toSecsSinceEpoch() + step).date();
-    NavigateTo(next.year(), next.month(), next.day());
+    return QDateTime::fromSecsSinceEpoch(early.toSecsSinceEpoch() + step).date();
 }

@@ -7,6 +7,7 @@
 #include "core/app/environment.h"
 #include "core/app/registry.h"
 #include "core/doc/view.h"
+#include "core/log/dayprefetch.h"
 #include "core/ocl/event.h"
 #include "core/ras/rasfunc.h"
 #include "core/ras/rraslibrary.h"
@@ -16,6 +17,7 @@
 #include "core/stats/usagegraph.h"
 #include "core/ui/frame.h"
 
+#include <QDate>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -118,6 +120,8 @@ public:
     // The shown day of the session history.
     void NavigateTo(int year, int month, int day);
     void Navigate(int direction);
+    // The day Navigate(direction) goes to from day.
+    static QDate Step(QDate day, int direction);
     int ShownYear() const { return m_year; }
     int ShownMonth() const { return m_month; }
     int ShownDay() const { return m_day; }
@@ -244,6 +248,17 @@ private:
     int m_day = 0;
     // The log last loaded, for the reload test.
     static std::shared_ptr<const CLogStore> EmptyLog();
+    // Seconds each server's events move by: its bias against the console's.
+    using TimeShifts = std::vector<std::pair<QString, std::int64_t>>;
+    TimeShifts LogTimeShifts() const;
+    // The file under path as this process opens it; empty when it cannot be reached.
+    std::filesystem::path LocalLogFile(const QString& path) const;
+    // Reads a day log as the loader does, on any thread: a file that cannot be
+    // read is a day without events; stamp is kept then.
+    static CDayPrefetch::Day ReadLogDay(const std::filesystem::path& local, CDayReader::Stamp stamp,
+                                        const TimeShifts& shifts, const CDayReader::SectionSeen& seen = {});
+    // Makes a read day the loaded records of path.
+    void AdoptLog(const QString& path, CDayPrefetch::Day day);
     std::shared_ptr<const CLogStore> m_logRecords = EmptyLog();
     QString m_loadedLogFile;
     qint64 m_loadedLogTime = 0;

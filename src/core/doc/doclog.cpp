@@ -114,51 +114,15 @@ bool CCwadminDoc::LoadLogRecords(int keepPath) {
         m_waitProgressDraw->Set();
         return true;
     }
-    m_loadedLogFile = path;
-    m_loadedLogTime = time;
-    m_loadedLogSize = size;
-
-    // Events move by the difference between the console's bias and their
-    // server's (this sign is the service's convention).
-    std::vector<std::pair<QString, std::int64_t>> shifts;
-    for (std::size_t i = 0; i < m_servers->GetCount(); ++i) {
-        const CServer& server = (*m_servers)[i];
-        long bias;
-        {
-            auto lock = server.Lock();
-            bias = server.m_timeBias;
-        }
-        if (bias != m_consoleTimeBias)
-            shifts.emplace_back(server.Name(), std::int64_t(m_consoleTimeBias - bias) * 60);
-    }
-    std::filesystem::path local;
-    const bool reachable = m_env.Shares().Resolve(CAnsi::FromQString(path), &local) == OCL::Err::Success;
-
+    const TimeShifts shifts = LogTimeShifts();
+    const std::filesystem::path local = LocalLogFile(path);
     const bool keepPainting = QCoreApplication::instance() && QThread::currentThread() == thread();
     CSectionStatus status;
-    std::shared_ptr<CLogStore> loaded;
-    CDayReader::Stamp stamp{size, time};
-    bool outOfMemory = false;
-    auto work = [&](const CDayReader::SectionSeen& seen) {
-        std::string bytes;
-        try {
-            // A missing or unreadable file is a day without events.
-            if (reachable && CDayReader::ReadFile(local, &bytes, &stamp))
-                loaded = CDayReader::Parse(std::move(bytes), seen);
-        } catch (const std::bad_alloc&) {
-            outOfMemory = true;
-        }
-        if (!loaded) {
-            loaded = std::make_shared<CLogStore>();
-            loaded->Finish();
-        }
-        for (const auto& [server, seconds] : shifts)
-            loaded->ShiftTimes(server, seconds);
-    };
+    CDayPrefetch::Day loaded;
     if (keepPainting) {
         QEventLoop loop;
         std::thread worker([&] {
-            work([&](std::string_view section) {
+            loaded = ReadLogDay(local, {size, time}, shifts, [&](std::string_view section) {
                 if (status.Due())
                     QMetaObject::invokeMethod(
                         this, [this, text = ProcessingText(section)] { SetStatus(text); },
@@ -169,22 +133,72 @@ bool CCwadminDoc::LoadLogRecords(int keepPath) {
         loop.exec(QEventLoop::ExcludeUserInputEvents);
         worker.join();
     } else {
-        work([&](std::string_view section) {
+        loaded = ReadLogDay(local, {size, time}, shifts, [&](std::string_view section) {
             if (status.Due())
                 SetStatus(ProcessingText(section));
         });
     }
-    m_logRecords = std::move(loaded);
-    m_loadedLogTime = stamp.modified;
-    m_loadedLogSize = stamp.size;
-    if (outOfMemory) {
+    AdoptLog(path, std::move(loaded));
+
+    SetStatus(u"Ready"_s);
+    m_waitProgressDraw->Set();
+    return true;
+}
+
+CCwadminDoc::TimeShifts CCwadminDoc::LogTimeShifts() const {
+    // Events move by the difference between the console's bias and their
+    // server's (this sign is the service's convention).
+    TimeShifts shifts;
+    for (std::size_t i = 0; i < m_servers->GetCount(); ++i) {
+        const CServer& server = (*m_servers)[i];
+        long bias;
+        {
+            auto lock = server.Lock();
+            bias = server.m_timeBias;
+        }
+        if (bias != m_consoleTimeBias)
+            shifts.emplace_back(server.Name(), std::int64_t(m_consoleTimeBias - bias) * 60);
+    }
+    return shifts;
+}
+
+std::filesystem::path CCwadminDoc::LocalLogFile(const QString& path) const {
+    std::filesystem::path local;
+    if (m_env.Shares().Resolve(CAnsi::FromQString(path), &local) != OCL::Err::Success)
+        local.clear();
+    return local;
+}
+
+CDayPrefetch::Day CCwadminDoc::ReadLogDay(const std::filesystem::path& local, CDayReader::Stamp stamp,
+                                          const TimeShifts& shifts, const CDayReader::SectionSeen& seen) {
+    CDayPrefetch::Day day;
+    day.stamp = stamp;
+    std::string bytes;
+    try {
+        // A missing or unreadable file is a day without events.
+        if (!local.empty() && CDayReader::ReadFile(local, &bytes, &day.stamp))
+            day.store = CDayReader::Parse(std::move(bytes), seen);
+    } catch (const std::bad_alloc&) {
+        day.outOfMemory = true;
+    }
+    if (!day.store) {
+        day.store = std::make_shared<CLogStore>();
+        day.store->Finish();
+    }
+    for (const auto& [server, seconds] : shifts)
+        day.store->ShiftTimes(server, seconds);
+    return day;
+}
+
+void CCwadminDoc::AdoptLog(const QString& path, CDayPrefetch::Day day) {
+    m_logRecords = std::move(day.store);
+    m_loadedLogFile = path;
+    m_loadedLogTime = day.stamp.modified;
+    m_loadedLogSize = day.stamp.size;
+    if (day.outOfMemory) {
         // Not remembered as loaded, so the next load tries again.
         m_loadedLogFile.clear();
         m_env.Prompter().Message(u"Not enough memory to load the log %1."_s.arg(path), {},
                                  OCL::IPrompter::Icon::Error, OCL::IPrompter::Buttons::Ok);
     }
-
-    SetStatus(u"Ready"_s);
-    m_waitProgressDraw->Set();
-    return true;
 }

@@ -6,13 +6,17 @@
 #include "core/app/ansitext.h"
 #include "core/ui/listfile.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
+#include <QThread>
 
 #include <algorithm>
+#include <mutex>
 
 using namespace Qt::StringLiterals;
 using OCL::IPrompter;
@@ -118,52 +122,16 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
     if (!file.open(QIODevice::WriteOnly))
         return fail(u"Error opening file for output.\n%1: %2"_s.arg(settings.fileName, file.errorString()));
 
-    const int year = m_year, month = m_month, day = m_day;
-    CSessionExportWriter writer(
-        [this](qint64 time, bool withDate) { return TimeToLocalString(time, withDate, 0); },
-        m_showSeconds != 0);
-    std::string bytes = CSessionExportWriter::Header();
-    bool writeFailed = false;
-    const auto flush = [&] {
-        if (!writeFailed && file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
-            writeFailed = true;
-        bytes.clear();
+    // The days in the order they are exported, with the progress after each.
+    struct Planned {
+        QString path;
+        QDate day; // the shown day while it is exported; invalid for a found file
+        int percent = 0;
     };
-    // A loaded day is written while the next one is being parsed: the loader
-    // keeps this thread serving posted work meanwhile. Without an event loop
-    // it is written when the next load returns.
-    std::shared_ptr<const CLogStore> unwritten;
-    const auto writeUnwritten = [&] {
-        if (!unwritten)
-            return;
-        const auto store = std::move(unwritten);
-        unwritten.reset();
-        writer.Append(*store, &bytes);
-        if (bytes.size() >= (1u << 20))
-            flush();
+    std::vector<Planned> plan;
+    const auto noon = [](QDate date) {
+        return QDateTime(date, QTime(12, 0)).toSecsSinceEpoch();
     };
-    QObject writing;
-    // Takes the loaded day; false when the export must stop.
-    bool loadFailed = false;
-    const auto exportLoaded = [&](bool loaded, int percent) {
-        writeUnwritten();
-        if (!loaded) {
-            loadFailed = true;
-            return false;
-        }
-        if (writeFailed)
-            return false;
-        ++result.logs;
-        result.events += qint64(m_logRecords->Count());
-        unwritten = m_logRecords;
-        QMetaObject::invokeMethod(&writing, writeUnwritten, Qt::QueuedConnection);
-        if (progress && !progress(std::clamp(percent, 0, 100))) {
-            result.cancelled = true;
-            return false;
-        }
-        return true;
-    };
-
     if (settings.mode == SessionExportMode::All) {
         const QString folder = m_servers->MasterShare() + u"\\LogData"_s;
         std::filesystem::path local;
@@ -171,43 +139,126 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
         if (m_env.Shares().Resolve(CAnsi::FromQString(folder), &local) == OCL::Err::Success)
             names = InDateOrder(QDir(QString::fromStdString(local.string()))
                                     .entryList({u"*.log"_s}, QDir::Files | QDir::Hidden | QDir::System));
-        const QString localFolder = QString::fromStdString(local.string());
-        for (qsizetype i = 0; i < names.size(); ++i) {
-            const int percent = int((i + 1) * 100 / names.size());
-            if (!QFileInfo::exists(localFolder + u'/' + names[i])) {
-                result.notes << u"%1 was removed during the export and is not in it."_s.arg(names[i]);
-                if (progress && !progress(percent)) {
-                    result.cancelled = true;
-                    break;
-                }
-                continue;
-            }
-            m_currentLogFile = folder + u'\\' + names[i];
-            if (!exportLoaded(LoadLogRecords(1), percent))
-                break;
-        }
+        for (qsizetype i = 0; i < names.size(); ++i)
+            plan.push_back({folder + u'\\' + names[i], {}, int((i + 1) * 100 / names.size())});
     } else if (settings.mode == SessionExportMode::LastDays) {
-        NavigateTo(0, 0, 0);
-        for (int done = 1; exportLoaded(LoadLogRecords(0), int(qint64(done) * 100 / settings.days)); ++done) {
-            if (done == settings.days)
-                break;
-            Navigate(1);
-        }
+        QDate date = QDateTime::fromSecsSinceEpoch(m_env.Clock().Now()).date();
+        for (int done = 1; done <= settings.days; ++done, date = Step(date, 1))
+            plan.push_back({CreateLogFileName(noon(date)), date, int(qint64(done) * 100 / settings.days)});
     } else {
         // Stops on reaching To, which is therefore left out unless it is From.
         const QDate to = settings.to;
-        NavigateTo(settings.from.year(), settings.from.month(), settings.from.day());
-        for (int done = 1; exportLoaded(LoadLogRecords(0), done); ++done) {
-            Navigate(2);
-            if (m_year == to.year() && m_month == to.month() && m_day >= to.day())
+        QDate date = settings.from;
+        for (int done = 1;; ++done) {
+            plan.push_back({CreateLogFileName(noon(date)), date, done});
+            date = Step(date, 2);
+            if (date.year() == to.year() && date.month() == to.month() && date.day() >= to.day())
                 break;
         }
     }
-    if (!result.cancelled)
-        writeUnwritten();
-    unwritten.reset();
-    flush();
 
+    const int year = m_year, month = m_month, day = m_day;
+    // Put back at the end, so that the shown day is read again only if it changed.
+    const std::shared_ptr<const CLogStore> shownRecords = m_logRecords;
+    const QString shownFile = m_loadedLogFile;
+    const qint64 shownTime = m_loadedLogTime, shownSize = m_loadedLogSize;
+    bool loadFailed = false, writeFailed = false;
+    {
+        // No other load replaces the records while the export shows its days.
+        m_logLoading = true;
+        struct Done {
+            bool& flag;
+            ~Done() { flag = false; }
+        } done{m_logLoading};
+        CWaitCursor wait(m_frame);
+        SetStatus(u"Loading Log Records..."_s);
+        const TimeShifts shifts = LogTimeShifts();
+        std::vector<std::filesystem::path> locals;
+        for (const Planned& planned : plan)
+            locals.push_back(LocalLogFile(planned.path));
+        const bool found = settings.mode == SessionExportMode::All;
+        // Workers write the lines of the days they read, sharing the texts of
+        // times; this thread saves them meanwhile. Buffers go round: fresh
+        // memory costs more to touch than to fill.
+        const CSessionExportWriter texts(
+            [this](qint64 time, bool withDate) { return TimeToLocalString(time, withDate, 0); },
+            m_showSeconds != 0);
+        std::mutex buffersMutex;
+        std::vector<std::string> buffers;
+        CDayPrefetch days(
+            plan.size(),
+            [&](std::size_t i) {
+                if (found && !QFileInfo::exists(QString::fromStdString(locals[i].string())))
+                    return CDayPrefetch::Day{};
+                CDayPrefetch::Day loaded = ReadLogDay(locals[i], {}, shifts);
+                if (loaded.outOfMemory)
+                    return loaded;
+                {
+                    std::lock_guard lock(buffersMutex);
+                    if (!buffers.empty()) {
+                        loaded.output = std::move(buffers.back());
+                        buffers.pop_back();
+                    }
+                }
+                texts.Another().Append(*loaded.store, &loaded.output);
+                return loaded;
+            },
+            1);
+        std::function<void()> painting;
+        if (QCoreApplication::instance() && QThread::currentThread() == thread())
+            painting = [] {
+                QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+            };
+        // The status and whatever shows the progress are drawn before the first day.
+        if (painting)
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+
+        const auto write = [&](const std::string& bytes) {
+            if (!writeFailed && file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
+                writeFailed = true;
+        };
+        write(CSessionExportWriter::Header());
+        for (std::size_t i = 0; i < plan.size(); ++i) {
+            CDayPrefetch::Day loaded = days.Take(i, painting);
+            if (loaded.outOfMemory) {
+                // Leaving the day out would give a file that looks whole.
+                loadFailed = true;
+                result.notes << u"Not enough memory to load the log %1."_s.arg(plan[i].path);
+                break;
+            }
+            if (!loaded.store) {
+                const QString name = plan[i].path.mid(plan[i].path.lastIndexOf(u'\\') + 1);
+                result.notes << u"%1 was removed during the export and is not in it."_s.arg(name);
+            } else {
+                if (plan[i].day.isValid())
+                    NavigateTo(plan[i].day.year(), plan[i].day.month(), plan[i].day.day());
+                else
+                    m_currentLogFile = plan[i].path;
+                ++result.logs;
+                result.events += qint64(loaded.store->Count());
+                std::string lines = std::move(loaded.output);
+                AdoptLog(plan[i].path, std::move(loaded));
+                write(lines);
+                lines.clear();
+                {
+                    std::lock_guard lock(buffersMutex);
+                    buffers.push_back(std::move(lines));
+                }
+                if (writeFailed)
+                    break;
+            }
+            if (progress && !progress(std::clamp(plan[i].percent, 0, 100))) {
+                result.cancelled = true;
+                break;
+            }
+        }
+        SetStatus(u"Ready"_s);
+        m_waitProgressDraw->Set();
+    }
+    m_logRecords = shownRecords;
+    m_loadedLogFile = shownFile;
+    m_loadedLogTime = shownTime;
+    m_loadedLogSize = shownSize;
     NavigateTo(year, month, day);
     LoadLogRecords(0);
 
@@ -217,7 +268,7 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
     }
     if (loadFailed) {
         file.cancelWriting();
-        return fail(u"The export to %1 stopped: a log could not be loaded."_s.arg(settings.fileName));
+        return fail(u"The export to %1 stopped: %2"_s.arg(settings.fileName, result.notes.last()));
     }
     if (writeFailed) {
         const QString why = file.errorString();

@@ -52,11 +52,15 @@ QString CSessionExportSettings::Problem() const {
 }
 
 CSessionExportWriter::CSessionExportWriter(std::function<QString(qint64, bool)> dateTime, bool plainSeconds)
-    : m_dateTime(std::move(dateTime)), m_plainSeconds(plainSeconds), m_times(86400) {
+    : m_shared(std::make_shared<Shared>()) {
+    m_shared->dateTime = std::move(dateTime);
+    m_shared->plainSeconds = plainSeconds;
+    m_shared->times = std::vector<std::atomic<const std::string*>>(86400);
     for (int action = 0; action < 3; ++action)
         for (int reason = 0; reason < 10; ++reason) {
             const QString text = LogText::ReasonText(action, reason);
-            m_reasons[std::size_t(action)][std::size_t(reason)] = text.isEmpty() ? " ," : Bytes(text + u',');
+            m_shared->reasons[std::size_t(action)][std::size_t(reason)] =
+                text.isEmpty() ? " ," : Bytes(text + u',');
         }
 }
 
@@ -65,12 +69,14 @@ std::string CSessionExportWriter::Header() {
 }
 
 void CSessionExportWriter::AppendTime(qint64 time, std::string* out) {
+    Shared& shared = *m_shared;
     const CLocalTime::Split at = m_local.At(time);
     if (!m_lastText || m_lastDay != at.day) {
-        auto [it, added] = m_days.try_emplace(at.day);
+        std::lock_guard lock(shared.mutex);
+        auto [it, added] = shared.days.try_emplace(at.day);
         if (added) {
-            const QString full = m_dateTime(time, true);
-            const QString clock = m_dateTime(time, false);
+            const QString full = shared.dateTime(time, true);
+            const QString clock = shared.dateTime(time, false);
             it->second.cached = full.endsWith(u' ' + clock);
             if (it->second.cached)
                 it->second.date = Bytes(full.chopped(clock.size()));
@@ -79,18 +85,26 @@ void CSessionExportWriter::AppendTime(qint64 time, std::string* out) {
         m_lastText = &it->second;
     }
     if (!m_lastText->cached) {
-        out->append(Bytes(m_dateTime(time, true)));
+        std::lock_guard lock(shared.mutex);
+        out->append(Bytes(shared.dateTime(time, true)));
         return;
     }
-    std::string& clock = m_times[std::size_t(at.second)];
-    if (clock.empty())
-        clock = Bytes(m_dateTime(time, false));
+    std::atomic<const std::string*>& slot = shared.times[std::size_t(at.second)];
+    const std::string* clock = slot.load(std::memory_order_acquire);
+    if (!clock) {
+        std::lock_guard lock(shared.mutex);
+        clock = slot.load(std::memory_order_relaxed);
+        if (!clock) {
+            clock = &shared.clocks.emplace_back(Bytes(shared.dateTime(time, false)));
+            slot.store(clock, std::memory_order_release);
+        }
+    }
     out->append(m_lastText->date);
-    out->append(clock);
+    out->append(*clock);
 }
 
 void CSessionExportWriter::AppendLasted(qint32 seconds, std::string* out) {
-    if (m_plainSeconds) {
+    if (m_shared->plainSeconds) {
         AppendNumber(seconds, out);
     } else if (seconds < 0) {
         out->append(Bytes(LogText::LastedText(seconds, false)));
@@ -131,7 +145,7 @@ void CSessionExportWriter::Append(const CLogStore& store, std::string* out) {
         }
         out->push_back(',');
         const bool reasoned = e.action >= 0 && e.action <= 2 && e.reason >= 0 && e.reason <= 9;
-        out->append(reasoned ? m_reasons[std::size_t(e.action)][std::size_t(e.reason)] : " ,");
+        out->append(reasoned ? m_shared->reasons[std::size_t(e.action)][std::size_t(e.reason)] : " ,");
         out->append(users[e.user]);
         out->push_back(',');
         if (e.ipAddress != 0) {

@@ -15,7 +15,11 @@
 #include <QStringList>
 
 #include <array>
+#include <atomic>
+#include <deque>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -53,27 +57,36 @@ public:
     // dateTime gives the console's text of a time, with or without the date
     // (the document's TimeToLocalString); plainSeconds: durations in seconds.
     CSessionExportWriter(std::function<QString(qint64 time, bool withDate)> dateTime, bool plainSeconds);
+    // A writer for another thread that shares this one's texts; dateTime is
+    // then called by one of them at a time.
+    CSessionExportWriter Another() const { return CSessionExportWriter(m_shared); }
 
     static std::string Header();
     // Appends a line for every event of the store, in the store's order.
     void Append(const CLogStore& store, std::string* out);
 
 private:
-    void AppendTime(qint64 time, std::string* out);
-    void AppendLasted(qint32 seconds, std::string* out);
-
-    std::function<QString(qint64, bool)> m_dateTime;
-    bool m_plainSeconds;
     // The texts of times repeat: the date per local day, the time per second
     // of the day (a day whose text is not date, blank, time is not cached).
     struct DayText {
         bool cached = false;
         std::string date; // with the blank after it
     };
+    struct Shared {
+        std::function<QString(qint64, bool)> dateTime;
+        bool plainSeconds = false;
+        std::array<std::array<std::string, 10>, 3> reasons;
+        std::mutex mutex; // over days, times' filling, clocks and dateTime
+        std::unordered_map<qint64, DayText> days;
+        std::vector<std::atomic<const std::string*>> times;
+        std::deque<std::string> clocks;
+    };
+    explicit CSessionExportWriter(std::shared_ptr<Shared> shared) : m_shared(std::move(shared)) {}
+    void AppendTime(qint64 time, std::string* out);
+    void AppendLasted(qint32 seconds, std::string* out);
+
+    std::shared_ptr<Shared> m_shared;
     CLocalTime m_local;
-    std::unordered_map<qint64, DayText> m_days;
     qint64 m_lastDay = 0;
     const DayText* m_lastText = nullptr;
-    std::vector<std::string> m_times;
-    std::array<std::array<std::string, 10>, 3> m_reasons;
 };
