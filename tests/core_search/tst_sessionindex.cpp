@@ -93,6 +93,7 @@ private slots:
     void deletedIndexRebuilds();
     void unusableIndexSetAside_data();
     void unusableIndexSetAside();
+    void damagedRunsAnswerNothing();
 
 private:
     void WriteDay(const QString& folder, QDate day, int seed) {
@@ -265,6 +266,28 @@ void TestSessionIndex::unusableIndexSetAside() {
     const auto files = Files();
     QCOMPARE(index.Refresh(files).indexed, 4);
     QCOMPARE(Found(index.Search({}, files, kShifts)), Loaded(files, {}));
+}
+
+void TestSessionIndex::damagedRunsAnswerNothing() {
+    const auto files = Files();
+    {
+        CSessionIndex index;
+        QString notice, error;
+        QVERIFY(index.Open(IndexFile(), &notice, &error));
+        QCOMPARE(index.Refresh(files).indexed, 4);
+    }
+    sqlite3* db = nullptr;
+    QCOMPARE(sqlite3_open(QFile::encodeName(IndexFile()).constData(), &db), SQLITE_OK);
+    QCOMPARE(sqlite3_exec(db, "UPDATE run SET events = x'ff' WHERE user = (SELECT min(user) FROM run)",
+                          nullptr, nullptr, nullptr),
+             SQLITE_OK);
+    sqlite3_close(db);
+    CSessionIndex index;
+    QString notice, error;
+    QVERIFY(index.Open(IndexFile(), &notice, &error));
+    const CSessionAnswer answer = index.Search({}, files, kShifts);
+    QVERIFY(!answer.store);
+    QVERIFY2(answer.error.contains(u"damaged"_s), qPrintable(answer.error));
 }
 
 QTEST_MAIN(TestSessionIndex)

@@ -67,6 +67,6 @@ CDayPrefetch::Day CDayPrefetch::ReadFile(const std::filesystem::path& path) {
     Day day;
     std::string bytes;
     if (CDayReader::ReadFile(path, &bytes, &day.stamp))
-        day.store = CDayReader::Parse(std::move(bytes));
+        day.store = CDayReader::Parse(std::move(bytes), {}, false);
     return day;
 }

@@ -39,7 +39,8 @@ public:
     // milliseconds while it is still being read (to keep a window painted).
     Day Take(std::size_t index, const std::function<void()>& waiting = {});
 
-    // Reads one file as the history loader does: whole, then parsed.
+    // Reads one file as the history loader does, whole, then parsed; the
+    // store is left unfinished (its texts as bytes only).
     static Day ReadFile(const std::filesystem::path& path);
 
 private:

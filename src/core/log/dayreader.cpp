@@ -72,7 +72,7 @@ bool CDayReader::ReadFile(const std::filesystem::path& path, std::string* bytes,
     return true;
 }
 
-std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSeen& seen) {
+std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSeen& seen, bool finish) {
     auto store = std::make_unique<CLogStore>();
     const auto document = OCL::Ini::Document::Parse(std::move(bytes));
     std::size_t lines = 0;
@@ -82,7 +82,8 @@ std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSee
 
     const std::vector<std::string_view> sections = document->SectionNames();
     if (sections.empty() || Skipped(sections.front())) {
-        store->Finish();
+        if (finish)
+            store->Finish();
         return store;
     }
     CSeenKeys keys;
@@ -110,6 +111,7 @@ std::unique_ptr<CLogStore> CDayReader::Parse(std::string bytes, const SectionSee
             store->Add(channel, CwLog::ReadInt32(line.name), CwLog::ParseLogValue(line.value));
         }
     }
-    store->Finish();
+    if (finish)
+        store->Finish();
     return store;
 }

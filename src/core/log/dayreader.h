@@ -34,6 +34,8 @@ public:
     // service can rewrite it meanwhile. False when it cannot be read.
     static bool ReadFile(const std::filesystem::path& path, std::string* bytes, Stamp* stamp = nullptr);
 
-    // The events of a day log's bytes, finished.
-    static std::unique_ptr<CLogStore> Parse(std::string bytes, const SectionSeen& seen = {});
+    // The events of a day log's bytes, finished; unfinished (without display
+    // texts and sort ranks) for a reader that uses the bytes alone.
+    static std::unique_ptr<CLogStore> Parse(std::string bytes, const SectionSeen& seen = {},
+                                            bool finish = true);
 };

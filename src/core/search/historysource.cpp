@@ -51,6 +51,8 @@ QString DescribeQuery(const CSessionQuery& query) {
 
 CLogCellFormat SearchCellFormat(const CCwadminDoc& doc) {
     CLogCellFormat format = doc.LogCellFormat();
-    format.timeOfDay = [&doc](qint64 time) { return doc.TimeToLocalString(time, true, 0); };
+    format.timeOfDay = [&doc](qint64 time) {
+        return doc.TimeToLocalString(time, true, 0);
+    };
     return format;
 }

@@ -1,6 +1,7 @@
 #include "core/search/sessionindex.h"
 
 #include "core/app/ansitext.h"
+#include "core/log/dayprefetch.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,21 +19,25 @@ namespace {
 
 // "CWIX" in the file's header tells our index from any other SQLite file.
 constexpr int kApplicationId = 0x43574958;
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 
 // Kinds of interned text; id 0 is the empty text of every kind.
 enum NameKind { Channel = 1, User = 2, Ipx = 3, Netbios = 4, Info = 5, Kinds = 6 };
 
+// One row per account and day holds that account's events of the day, packed
+// (see CRunWriter): a row per event costs SQLite more than reading the log.
+// The runs name texts by the day's own numbers, which the day's names (see
+// DayNames) turn into the name table's ids: so a day is packed on the thread
+// that read it, without the index.
 constexpr const char* kSchema = R"(
 PRAGMA application_id = 1129793880;
-PRAGMA user_version = 2;
+PRAGMA user_version = 3;
 CREATE TABLE name(id INTEGER PRIMARY KEY, kind INTEGER NOT NULL, text BLOB NOT NULL);
 CREATE TABLE day(id INTEGER PRIMARY KEY, file TEXT NOT NULL UNIQUE, date INTEGER NOT NULL,
                  size INTEGER NOT NULL, modified INTEGER NOT NULL,
-                 first INTEGER NOT NULL, last INTEGER NOT NULL, base INTEGER NOT NULL);
-CREATE TABLE event(seq INTEGER, t INTEGER, ch INTEGER, user INTEGER, ar INTEGER, lasted INTEGER, ip INTEGER,
-                   ipx INTEGER, netbios INTEGER, info INTEGER, bin INTEGER, bout INTEGER);
-CREATE TABLE hit(user INTEGER, day INTEGER, first INTEGER, count INTEGER, PRIMARY KEY(user, day)) WITHOUT ROWID;
+                 events INTEGER NOT NULL, base INTEGER NOT NULL, names BLOB NOT NULL);
+CREATE TABLE run(day INTEGER NOT NULL, user INTEGER NOT NULL, events BLOB NOT NULL,
+                 PRIMARY KEY(day, user)) WITHOUT ROWID;
 )";
 
 // A prepared statement that finalizes itself.
@@ -77,6 +82,242 @@ void UnpackActionReason(std::int64_t packed, std::int32_t* action, std::int32_t*
     const std::int64_t r = packed >> 2;
     *reason = r == 0 ? CwLog::kNoReason : r > 0 ? std::int32_t(r - 1) : std::int32_t(r);
 }
+
+std::uint64_t Zigzag(std::int64_t v) {
+    return (std::uint64_t(v) << 1) ^ std::uint64_t(v >> 63);
+}
+
+std::int64_t Unzigzag(std::uint64_t v) {
+    return std::int64_t(v >> 1) ^ -std::int64_t(v & 1);
+}
+
+// An account's events of a day, each as varints: the position in the log
+// after the previous one's, the time against the previous one's (zigzag), the
+// channel, action and reason (zigzag), lasted (zigzag), the IP address, the
+// IPX, NetBIOS and information texts, the byte counters plus one (zigzag).
+class CRunWriter {
+public:
+    explicit CRunWriter(std::int64_t base) : m_time(base) {}
+    void Add(std::int64_t seq, std::int64_t time, std::int64_t channel, std::int64_t actionReason,
+             std::int64_t lasted, std::uint32_t ip, std::int64_t ipx, std::int64_t netbios, std::int64_t info,
+             std::int64_t bytesIn, std::int64_t bytesOut) {
+        char line[11 * 10];
+        char* at = line;
+        at = Put(at, std::uint64_t(seq - m_seq - 1));
+        at = Put(at, Zigzag(time - m_time));
+        at = Put(at, std::uint64_t(channel));
+        at = Put(at, Zigzag(actionReason));
+        at = Put(at, Zigzag(lasted));
+        at = Put(at, ip);
+        at = Put(at, std::uint64_t(ipx));
+        at = Put(at, std::uint64_t(netbios));
+        at = Put(at, std::uint64_t(info));
+        at = Put(at, Zigzag(bytesIn + 1));
+        at = Put(at, Zigzag(bytesOut + 1));
+        m_bytes.append(line, std::size_t(at - line));
+        m_seq = seq;
+        m_time = time;
+    }
+    std::string_view Bytes() const { return m_bytes; }
+    void Reserve(std::size_t events) { m_bytes.reserve(events * 24); }
+
+private:
+    static char* Put(char* at, std::uint64_t v) {
+        while (v >= 0x80) {
+            *at++ = char(v | 0x80);
+            v >>= 7;
+        }
+        *at++ = char(v);
+        return at;
+    }
+    std::string m_bytes;
+    std::int64_t m_seq = -1, m_time;
+};
+
+struct RunEvent {
+    std::int64_t seq, time, channel, actionReason, lasted;
+    std::uint32_t ip;
+    std::int64_t ipx, netbios, info, bytesIn, bytesOut;
+};
+
+// Reads what CRunWriter wrote; false at the end or on bytes that are no run.
+class CRunReader {
+public:
+    CRunReader(std::string_view bytes, std::int64_t base)
+        : m_at(bytes.data()), m_end(m_at + bytes.size()), m_time(base) {}
+    bool AtEnd() const { return m_at == m_end; }
+    bool Next(RunEvent* e) {
+        const char* start = m_at;
+        std::uint64_t v[11];
+        for (std::uint64_t& value : v)
+            if (!Get(&value)) {
+                m_at = start; // a cut event leaves the run unread to its end
+                return false;
+            }
+        m_seq += std::int64_t(v[0]) + 1;
+        m_time += Unzigzag(v[1]);
+        *e = {m_seq,
+              m_time,
+              std::int64_t(v[2]),
+              Unzigzag(v[3]),
+              Unzigzag(v[4]),
+              std::uint32_t(v[5]),
+              std::int64_t(v[6]),
+              std::int64_t(v[7]),
+              std::int64_t(v[8]),
+              Unzigzag(v[9]) - 1,
+              Unzigzag(v[10]) - 1};
+        return true;
+    }
+
+private:
+    bool Get(std::uint64_t* value) {
+        std::uint64_t v = 0;
+        for (int shift = 0; m_at < m_end && shift < 64; shift += 7) {
+            const auto byte = std::uint8_t(*m_at++);
+            v |= std::uint64_t(byte & 0x7F) << shift;
+            if (byte < 0x80) {
+                *value = v;
+                return true;
+            }
+        }
+        return false;
+    }
+    const char* m_at;
+    const char* m_end;
+    std::int64_t m_seq = -1, m_time;
+};
+
+void PutVarint(std::string* out, std::uint64_t v) {
+    while (v >= 0x80) {
+        out->push_back(char(v | 0x80));
+        v >>= 7;
+    }
+    out->push_back(char(v));
+}
+
+bool GetVarint(std::string_view* in, std::uint64_t* value) {
+    std::uint64_t v = 0;
+    for (int shift = 0; !in->empty() && shift < 64; shift += 7) {
+        const auto byte = std::uint8_t(in->front());
+        in->remove_prefix(1);
+        v |= std::uint64_t(byte & 0x7F) << shift;
+        if (byte < 0x80) {
+            *value = v;
+            return true;
+        }
+    }
+    return false;
+}
+
+void PutText(std::string* out, std::string_view text) {
+    PutVarint(out, text.size());
+    out->append(text);
+}
+
+bool GetText(std::string_view* in, std::string_view* text) {
+    std::uint64_t size;
+    if (!GetVarint(in, &size) || size > in->size())
+        return false;
+    *text = in->substr(0, std::size_t(size));
+    in->remove_prefix(std::size_t(size));
+    return true;
+}
+
+// A read day packed for the index, on the thread that read it: the texts of
+// its channels and of its connect information in the order of their day
+// numbers, then each account's run (the account's number in the store, the
+// run). IPX and NetBIOS texts go by the store's own ids.
+std::string PackDay(const CLogStore& store) {
+    std::string packed;
+    const std::int64_t base = store.Count() ? store.At(0).time : 0;
+    std::vector<CRunWriter> runs(store.Users().Count(), CRunWriter(base));
+    {
+        std::vector<std::uint32_t> events(runs.size(), 0);
+        for (std::uint32_t i = 0; i < store.Count(); ++i)
+            ++events[store.At(i).user];
+        for (std::size_t user = 0; user < runs.size(); ++user)
+            runs[user].Reserve(events[user]);
+    }
+    std::vector<std::int64_t> channelIds;
+    std::vector<std::string> channels;
+    std::unordered_map<std::string_view, std::uint32_t> infoIds;
+    std::vector<std::string_view> infos;
+    std::uint32_t lastInfo = 0;
+    for (std::uint32_t i = 0; i < store.Count(); ++i) {
+        const CLogStore::Event& e = store.At(i);
+        if (e.channel >= channelIds.size())
+            channelIds.resize(e.channel + 1, -1);
+        if (channelIds[e.channel] < 0) {
+            channelIds[e.channel] = std::int64_t(channels.size());
+            channels.push_back(std::string(store.Servers().Text(store.ServerId(e))) + '\\' +
+                               std::string(store.Ports().Text(store.PortId(e))));
+        }
+        std::uint32_t info = 0;
+        if (e.info) {
+            // Connects of a day often carry the same text.
+            const std::string_view text = store.InfoBytes(e);
+            if (!infos.empty() && text == infos[lastInfo - 1]) {
+                info = lastInfo;
+            } else {
+                const auto [it, added] = infoIds.try_emplace(text, std::uint32_t(infos.size() + 1));
+                if (added)
+                    infos.push_back(it->first);
+                info = lastInfo = it->second;
+            }
+        }
+        runs[e.user].Add(i, e.time, channelIds[e.channel], PackActionReason(e.action, e.reason), e.lasted,
+                         e.ipAddress, store.IpxId(e), store.NetbiosId(e), info, store.BytesIn(e),
+                         store.BytesOut(e));
+    }
+    PutVarint(&packed, channels.size());
+    for (const std::string& channel : channels)
+        PutText(&packed, channel);
+    PutVarint(&packed, infos.size());
+    for (const std::string_view info : infos)
+        PutText(&packed, info);
+    for (std::uint32_t user = 0; user < runs.size(); ++user)
+        if (!runs[user].Bytes().empty()) {
+            PutVarint(&packed, user);
+            PutText(&packed, runs[user].Bytes());
+        }
+    return packed;
+}
+
+// A day's numbers for texts, as the name table's ids: channels, IPX, NetBIOS,
+// information (whose number 0 is none), each a count and the ids.
+struct DayNames {
+    std::vector<std::int64_t> ids[4];
+
+    std::string Bytes() const {
+        std::string bytes;
+        for (const auto& kind : ids) {
+            PutVarint(&bytes, kind.size());
+            for (const std::int64_t id : kind)
+                PutVarint(&bytes, std::uint64_t(id));
+        }
+        return bytes;
+    }
+    bool Read(std::string_view bytes) {
+        for (auto& kind : ids) {
+            std::uint64_t count, id;
+            if (!GetVarint(&bytes, &count) || count > bytes.size())
+                return false;
+            kind.resize(std::size_t(count));
+            for (std::int64_t& value : kind) {
+                if (!GetVarint(&bytes, &id))
+                    return false;
+                value = std::int64_t(id);
+            }
+        }
+        return bytes.empty();
+    }
+    // The id of a day's number of a kind; -1 for a number the day does not have.
+    std::int64_t Id(int kind, std::int64_t number) const {
+        const auto& list = ids[kind];
+        return number >= 0 && std::uint64_t(number) < list.size() ? list[std::size_t(number)] : -1;
+    }
+};
 
 bool IsDamage(int rc) {
     rc &= 0xFF;
@@ -158,7 +399,7 @@ bool CSessionIndex::Create(QString* why) {
         tables = int(check.Int(2));
     }
     if (tables == 0) {
-        if (!Exec("PRAGMA journal_mode=WAL") ||
+        if (!Exec("PRAGMA page_size=16384") || !Exec("PRAGMA journal_mode=WAL") ||
             !Exec(
                 (u"BEGIN IMMEDIATE;"_s + QString::fromLatin1(kSchema) + u"COMMIT;"_s).toUtf8().constData())) {
             *why = LastError();
@@ -175,7 +416,7 @@ bool CSessionIndex::Create(QString* why) {
     Exec("PRAGMA synchronous=NORMAL");
     Exec("PRAGMA cache_size=-32768");
     // A light read of every table finds a file damaged where it starts.
-    CStatement probe(m_db, "SELECT (SELECT count(*) FROM day), (SELECT max(rowid) FROM event),"
+    CStatement probe(m_db, "SELECT (SELECT count(*) FROM day), (SELECT max(day) FROM run),"
                            " (SELECT count(*) FROM name)");
     const int rc = probe ? probe.Step() : sqlite3_errcode(m_db);
     if (rc != SQLITE_ROW) {
@@ -218,11 +459,10 @@ bool CSessionIndex::Open(const QString& file, QString* notice, QString* error) {
 
 std::unordered_map<std::string, CSessionIndex::DayRow> CSessionIndex::Days() const {
     std::unordered_map<std::string, DayRow> days;
-    CStatement select(m_db, "SELECT id, file, date, size, modified, first, last, base FROM day");
+    CStatement select(m_db, "SELECT id, file, date, size, modified, base FROM day");
     while (select && select.Step() == SQLITE_ROW)
-        days.emplace(std::string(select.Blob(1)),
-                     DayRow{select.Int(0), select.Int(3), select.Int(4), select.Int(5), select.Int(6),
-                            select.Int(7), QDate::fromJulianDay(select.Int(2))});
+        days.emplace(std::string(select.Blob(1)), DayRow{select.Int(0), select.Int(3), select.Int(4),
+                                                         select.Int(5), QDate::fromJulianDay(select.Int(2))});
     return days;
 }
 
@@ -230,7 +470,7 @@ std::int64_t CSessionIndex::Intern(int kind, std::string_view text) {
     if (text.empty())
         return 0;
     auto& names = m_names[std::size_t(kind)];
-    if (const auto it = names.find(std::string(text)); it != names.end())
+    if (const auto it = names.find(text); it != names.end())
         return it->second;
     CStatement insert(m_db, "INSERT INTO name(kind, text) VALUES(?, ?)");
     insert.Bind(1, kind);
@@ -242,16 +482,25 @@ std::int64_t CSessionIndex::Intern(int kind, std::string_view text) {
     return id;
 }
 
-bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const CDayReader::Stamp& stamp) {
+bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, std::string_view packed,
+                             const CDayReader::Stamp& stamp) {
     if (!Exec("BEGIN IMMEDIATE"))
         return false;
-    // Names read inside the transaction: another console may have added some.
-    m_names.assign(Kinds, {});
+    // Names read inside the transaction, again whenever another connection
+    // (another console, the search) has written since.
+    std::int64_t version = -1;
     {
+        CStatement data(m_db, "PRAGMA data_version");
+        if (data && data.Step() == SQLITE_ROW)
+            version = data.Int(0);
+    }
+    if (m_names.empty() || version != m_namesVersion || version < 0) {
+        m_names.assign(Kinds, {});
         CStatement names(m_db, "SELECT id, kind, text FROM name");
         while (names && names.Step() == SQLITE_ROW)
             if (const auto kind = std::size_t(names.Int(1)); kind < m_names.size())
                 m_names[kind].emplace(std::string(names.Blob(2)), names.Int(0));
+        m_namesVersion = version;
     }
     const auto failed = [this] {
         Exec("ROLLBACK");
@@ -260,111 +509,78 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, const
     };
     const std::string key = file.name.toStdString();
     {
-        CStatement old(m_db, "SELECT id, first, last FROM day WHERE file = ?");
+        CStatement old(m_db, "SELECT id FROM day WHERE file = ?");
         old.BindText(1, key);
-        if (old && old.Step() == SQLITE_ROW && !ForgetDay(old.Int(0), old.Int(1), old.Int(2)))
+        if (old && old.Step() == SQLITE_ROW && !ForgetDay(old.Int(0)))
             return failed();
     }
-    std::int64_t first = 1;
-    {
-        CStatement top(m_db, "SELECT coalesce(max(rowid), 0) + 1 FROM event");
-        if (!top || top.Step() != SQLITE_ROW)
+    // The day's numbers for texts become the name table's ids.
+    DayNames names;
+    std::string_view in = packed;
+    std::uint64_t count = 0;
+    std::string_view text;
+    if (!GetVarint(&in, &count))
+        return failed();
+    for (std::uint64_t k = 0; k < count; ++k) {
+        if (!GetText(&in, &text))
             return failed();
-        first = top.Int(0);
+        names.ids[0].push_back(Intern(Channel, text));
     }
-    const std::int64_t base = store.Count() ? store.At(0).time : 0;
+    for (std::uint32_t id = 0; id < store.Ipx().Count(); ++id)
+        names.ids[1].push_back(Intern(Ipx, store.Ipx().Text(id)));
+    for (std::uint32_t id = 0; id < store.Netbios().Count(); ++id)
+        names.ids[2].push_back(Intern(Netbios, store.Netbios().Text(id)));
+    names.ids[3].push_back(0);
+    if (!GetVarint(&in, &count))
+        return failed();
+    for (std::uint64_t k = 0; k < count; ++k) {
+        if (!GetText(&in, &text))
+            return failed();
+        names.ids[3].push_back(Intern(Info, text));
+    }
+    for (const auto& kind : names.ids)
+        if (std::any_of(kind.begin(), kind.end(), [](std::int64_t id) { return id < 0; }))
+            return failed();
+
     CStatement day(
-        m_db, "INSERT INTO day(file, date, size, modified, first, last, base) VALUES(?, ?, ?, ?, ?, ?, ?)");
+        m_db, "INSERT INTO day(file, date, size, modified, events, base, names) VALUES(?, ?, ?, ?, ?, ?, ?)");
+    const std::string dayNames = names.Bytes();
     day.BindText(1, key);
     day.Bind(2, file.day.toJulianDay());
     day.Bind(3, stamp.size);
     day.Bind(4, stamp.modified);
-    day.Bind(5, first);
-    day.Bind(6, first + std::int64_t(store.Count()) - 1);
-    day.Bind(7, base);
+    day.Bind(5, std::int64_t(store.Count()));
+    day.Bind(6, store.Count() ? store.At(0).time : 0);
+    day.BindText(7, dayNames);
     if (!day || !day.Run())
         return failed();
     const std::int64_t dayId = sqlite3_last_insert_rowid(m_db);
 
-    // Each account's events lie together, so a search for it reads one run of
-    // rows per day; seq keeps the log's order.
-    std::vector<std::uint32_t> order(store.Count());
-    for (std::uint32_t i = 0; i < order.size(); ++i)
-        order[i] = i;
-    std::stable_sort(order.begin(), order.end(), [&store](std::uint32_t a, std::uint32_t b) {
-        return store.At(a).user < store.At(b).user;
-    });
-    // Ids of the store's names, found once each.
-    std::vector<std::int64_t> users(store.Users().Count(), -2), ipx(store.Ipx().Count(), -2),
-        netbios(store.Netbios().Count(), -2);
-    std::unordered_map<std::uint32_t, std::int64_t> channels;
-    const auto cached = [this](std::vector<std::int64_t>& ids, const CNameTable& table, std::uint32_t id,
-                               int kind) {
-        if (ids[id] == -2)
-            ids[id] = Intern(kind, table.Text(id));
-        return ids[id];
-    };
-    CStatement insert(
-        m_db, "INSERT INTO event(rowid, seq, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout)"
-              " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    CStatement hit(m_db, "INSERT OR REPLACE INTO hit(user, day, first, count) VALUES(?, ?, ?, ?)");
-    if (!insert || !hit)
+    CStatement insert(m_db, "INSERT INTO run(day, user, events) VALUES(?, ?, ?)");
+    if (!insert)
         return failed();
-    std::size_t runStart = 0;
-    for (std::size_t k = 0; k < order.size(); ++k) {
-        const std::uint32_t i = order[k];
-        const CLogStore::Event& e = store.At(i);
-        auto [channel, added] = channels.try_emplace(e.channel, 0);
-        if (added) {
-            const std::string text = std::string(store.Servers().Text(store.ServerId(e))) + '\\' +
-                                     std::string(store.Ports().Text(store.PortId(e)));
-            channel->second = Intern(Channel, text);
-        }
-        const std::int64_t ids[] = {channel->second, cached(users, store.Users(), e.user, User),
-                                    cached(ipx, store.Ipx(), store.IpxId(e), Ipx),
-                                    cached(netbios, store.Netbios(), store.NetbiosId(e), Netbios),
-                                    e.info ? Intern(Info, store.InfoBytes(e)) : 0};
-        if (std::any_of(std::begin(ids), std::end(ids), [](std::int64_t id) { return id < 0; }))
+    while (!in.empty()) {
+        std::uint64_t number;
+        if (!GetVarint(&in, &number) || number >= store.Users().Count() || !GetText(&in, &text))
             return failed();
-        insert.Bind(1, first + std::int64_t(k));
-        insert.Bind(2, i);
-        insert.Bind(3, std::int64_t(e.time) - base);
-        insert.Bind(4, ids[0]);
-        insert.Bind(5, ids[1]);
-        insert.Bind(6, PackActionReason(e.action, e.reason));
-        insert.Bind(7, e.lasted);
-        insert.Bind(8, std::int32_t(e.ipAddress));
-        insert.Bind(9, ids[2]);
-        insert.Bind(10, ids[3]);
-        insert.Bind(11, ids[4]);
-        insert.Bind(12, store.BytesIn(e) + 1);
-        insert.Bind(13, store.BytesOut(e) + 1);
-        if (!insert.Run())
+        const std::int64_t user = Intern(User, store.Users().Text(std::uint32_t(number)));
+        insert.Bind(1, dayId);
+        insert.Bind(2, user);
+        insert.BindText(3, text);
+        if (user < 0 || !insert.Run())
             return failed();
-        if (k + 1 == order.size() || store.At(order[k + 1]).user != e.user) {
-            hit.Bind(1, ids[1]);
-            hit.Bind(2, dayId);
-            hit.Bind(3, first + std::int64_t(runStart));
-            hit.Bind(4, std::int64_t(k + 1 - runStart));
-            if (!hit.Run())
-                return failed();
-            runStart = k + 1;
-        }
     }
     if (!Exec("COMMIT"))
         return failed();
     return true;
 }
 
-bool CSessionIndex::ForgetDay(std::int64_t id, std::int64_t first, std::int64_t last) {
-    CStatement drop(m_db, "DELETE FROM event WHERE rowid BETWEEN ? AND ?");
-    drop.Bind(1, first);
-    drop.Bind(2, last);
-    CStatement hits(m_db, "DELETE FROM hit WHERE day = ?");
-    hits.Bind(1, id);
+bool CSessionIndex::ForgetDay(std::int64_t id) {
+    CStatement runs(m_db, "DELETE FROM run WHERE day = ?");
+    runs.Bind(1, id);
     CStatement forget(m_db, "DELETE FROM day WHERE id = ?");
     forget.Bind(1, id);
-    return drop && hits && forget && drop.Run() && hits.Run() && forget.Run();
+    return runs && forget && runs.Run() && forget.Run();
 }
 
 CSessionIndex::Refreshed CSessionIndex::Refresh(const std::vector<CDayFile>& files,
@@ -384,47 +600,48 @@ CSessionIndex::Refreshed CSessionIndex::Refresh(const std::vector<CDayFile>& fil
     for (const auto& [key, row] : days) {
         if (present.count(key))
             continue;
-        if (!Exec("BEGIN IMMEDIATE") || !ForgetDay(row.id, row.first, row.last) || !Exec("COMMIT")) {
+        if (!Exec("BEGIN IMMEDIATE") || !ForgetDay(row.id) || !Exec("COMMIT")) {
             Exec("ROLLBACK");
             writeFailed(QString::fromStdString(key));
             return result;
         }
         ++result.removed;
     }
-    int done = 0;
+    std::vector<const CDayFile*> changed;
     for (const CDayFile& file : files) {
-        if (progress && !progress(done, int(files.size()))) {
+        const auto it = days.find(file.name.toStdString());
+        if (it != days.end() && it->second.size == file.size && it->second.modified == file.modified)
+            ++result.unchanged;
+        else
+            changed.push_back(&file);
+    }
+    const int total = int(files.size());
+    // The next days are read while this one goes into the index.
+    CDayPrefetch reading(changed.size(), [&](std::size_t i) {
+        CDayPrefetch::Day day = CDayPrefetch::ReadFile(changed[i]->path.toStdString());
+        if (day.store)
+            day.output = PackDay(*day.store);
+        return day;
+    });
+    for (std::size_t i = 0; i < changed.size(); ++i) {
+        if (progress && !progress(result.unchanged + int(i), total)) {
             result.stopped = true;
             return result;
         }
-        ++done;
-        const auto it = days.find(file.name.toStdString());
-        if (it != days.end() && it->second.size == file.size && it->second.modified == file.modified) {
-            ++result.unchanged;
-            continue;
-        }
-        std::string bytes;
-        CDayReader::Stamp stamp;
-        std::unique_ptr<CLogStore> store;
-        try {
-            if (CDayReader::ReadFile(file.path.toStdString(), &bytes, &stamp))
-                store = CDayReader::Parse(std::move(bytes));
-        } catch (const std::bad_alloc&) {
-            store.reset();
-        }
-        if (!store) {
+        const CDayPrefetch::Day day = reading.Take(i);
+        if (!day.store) {
             ++result.unreadable;
             continue;
         }
-        if (!IndexDay(file, *store, stamp)) {
-            writeFailed(file.name);
+        if (!IndexDay(*changed[i], *day.store, day.output, day.stamp)) {
+            writeFailed(changed[i]->name);
             return result;
         }
         ++result.indexed;
-        result.events += qint64(store->Count());
+        result.events += qint64(day.store->Count());
     }
     if (progress)
-        progress(done, int(files.size()));
+        progress(total, total);
     return result;
 }
 
@@ -457,7 +674,7 @@ CSessionAnswer CSessionIndex::Search(const CSessionQuery& query, const std::vect
         if (inRange(row.day))
             wanted.push_back(&row);
     std::sort(wanted.begin(), wanted.end(), [](const DayRow* a, const DayRow* b) {
-        return a->day != b->day ? a->day < b->day : a->first < b->first;
+        return a->day != b->day ? a->day < b->day : a->id < b->id;
     });
     answer.days = int(wanted.size());
 
@@ -498,60 +715,78 @@ CSessionAnswer CSessionIndex::Search(const CSessionQuery& query, const std::vect
         return id > 0 && std::size_t(id) < texts.size() ? std::string_view(texts[std::size_t(id)])
                                                         : std::string_view();
     };
-    // The runs of rows to read per day: the whole day, or the passing accounts' runs.
-    std::unordered_map<std::int64_t, std::vector<std::pair<std::int64_t, std::int64_t>>> runs;
-    if (!everyUser) {
-        CStatement select(m_db, "SELECT day, first, count FROM hit WHERE user = ?");
-        for (std::int64_t user : passingUsers) {
-            select.Bind(1, user);
-            while (select && select.Step() == SQLITE_ROW)
-                runs[select.Int(0)].emplace_back(select.Int(1), select.Int(1) + select.Int(2) - 1);
-            sqlite3_reset(*select);
-        }
-    }
     struct Found {
         std::int64_t seq, channel;
         std::int32_t time;
         CwLog::LogValue value;
     };
     std::vector<Found> found;
-    CStatement select(m_db,
-                      "SELECT seq, t, ch, user, ar, lasted, ip, ipx, netbios, info, bin, bout FROM event"
-                      " WHERE rowid BETWEEN ? AND ?");
-    for (const DayRow* day : wanted) {
-        std::vector<std::pair<std::int64_t, std::int64_t>> ranges{{day->first, day->last}};
-        if (!everyUser) {
-            const auto it = runs.find(day->id);
-            ranges = it == runs.end() ? decltype(ranges)() : it->second;
-        }
-        found.clear();
-        for (const auto& [from, to] : ranges) {
-            select.Bind(1, from);
-            select.Bind(2, to);
-            while (select && select.Step() == SQLITE_ROW) {
-                const std::int64_t ch = select.Int(2), user = select.Int(3);
-                if (std::size_t(ch) < passes.size() && !passes[std::size_t(ch)])
-                    continue;
-                if (user == 0 ? !emptyUserPasses
-                              : std::size_t(user) < passes.size() && !passes[std::size_t(user)])
-                    continue;
-                Found f{select.Int(0), ch, std::int32_t(day->base + select.Int(1)), {}};
-                CwLog::LogValue& value = f.value;
-                UnpackActionReason(select.Int(4), &value.action, &value.reason);
-                if ((query.action >= 0 && value.action != query.action) ||
-                    (query.reason >= 0 && value.reason != query.reason))
-                    continue;
-                value.lasted = std::int32_t(select.Int(5));
-                value.ipAddress = std::uint32_t(std::int32_t(select.Int(6)));
-                value.ipx = text(select.Int(7));
-                value.netbios = text(select.Int(8));
-                value.info = text(select.Int(9));
-                value.bytesIn = select.Int(10) - 1;
-                value.bytesOut = select.Int(11) - 1;
-                value.user = text(user);
-                found.push_back(f);
+    bool damaged = false;
+    DayNames names;
+    const auto collect = [&](const DayRow& day, std::int64_t user, std::string_view bytes) {
+        CRunReader reader(bytes, day.base);
+        RunEvent e;
+        while (reader.Next(&e)) {
+            const std::int64_t ids[] = {names.Id(0, e.channel), names.Id(1, e.ipx), names.Id(2, e.netbios),
+                                        names.Id(3, e.info)};
+            if (std::any_of(std::begin(ids), std::end(ids), [](std::int64_t id) { return id < 0; })) {
+                damaged = true;
+                return;
             }
-            sqlite3_reset(*select);
+            if (std::size_t(ids[0]) < passes.size() && !passes[std::size_t(ids[0])])
+                continue;
+            Found f{e.seq, ids[0], std::int32_t(e.time), {}};
+            CwLog::LogValue& value = f.value;
+            UnpackActionReason(e.actionReason, &value.action, &value.reason);
+            if ((query.action >= 0 && value.action != query.action) ||
+                (query.reason >= 0 && value.reason != query.reason))
+                continue;
+            value.lasted = std::int32_t(e.lasted);
+            value.ipAddress = e.ip;
+            value.ipx = text(ids[1]);
+            value.netbios = text(ids[2]);
+            value.info = text(ids[3]);
+            value.bytesIn = e.bytesIn;
+            value.bytesOut = e.bytesOut;
+            value.user = text(user);
+            found.push_back(f);
+        }
+        damaged = damaged || !reader.AtEnd();
+    };
+    const auto userPasses = [&](std::int64_t user) {
+        return user == 0 ? emptyUserPasses : std::size_t(user) >= passes.size() || passes[std::size_t(user)];
+    };
+    // A few accounts are looked up; for many, reading the whole day is quicker.
+    const bool wholeDays = everyUser || passingUsers.size() * 8 > texts.size();
+    std::vector<std::int64_t> lookups = passingUsers;
+    if (emptyUserPasses)
+        lookups.push_back(0);
+    CStatement whole(m_db, "SELECT user, events FROM run WHERE day = ?");
+    CStatement one(m_db, "SELECT events FROM run WHERE day = ? AND user = ?");
+    CStatement dayNames(m_db, "SELECT names FROM day WHERE id = ?");
+    for (const DayRow* day : wanted) {
+        found.clear();
+        dayNames.Bind(1, day->id);
+        const bool known = dayNames && dayNames.Step() == SQLITE_ROW && names.Read(dayNames.Blob(0));
+        sqlite3_reset(*dayNames);
+        if (!known) {
+            damaged = true;
+            continue;
+        }
+        if (wholeDays) {
+            whole.Bind(1, day->id);
+            while (whole && whole.Step() == SQLITE_ROW)
+                if (userPasses(whole.Int(0)))
+                    collect(*day, whole.Int(0), whole.Blob(1));
+            sqlite3_reset(*whole);
+        } else {
+            one.Bind(1, day->id);
+            for (const std::int64_t user : lookups) {
+                one.Bind(2, user);
+                if (one && one.Step() == SQLITE_ROW)
+                    collect(*day, user, one.Blob(0));
+                sqlite3_reset(*one);
+            }
         }
         // Back into the log's order.
         std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.seq < b.seq; });
@@ -567,6 +802,12 @@ CSessionAnswer CSessionIndex::Search(const CSessionQuery& query, const std::vect
             store->Add(channel->second, f.time, f.value);
         }
     }
+    if (damaged) {
+        answer.error =
+            u"The session index %1 cannot be read: it is damaged. Delete it to have it rebuilt."_s.arg(
+                m_file);
+        return answer;
+    }
     const int rc = sqlite3_errcode(m_db);
     if (rc != SQLITE_OK && rc != SQLITE_DONE && rc != SQLITE_ROW) {
         answer.error = u"The session index %1 cannot be read: %2"_s.arg(m_file, LastError());
@@ -580,7 +821,7 @@ CSessionAnswer CSessionIndex::Search(const CSessionQuery& query, const std::vect
 }
 
 qint64 CSessionIndex::Events() const {
-    CStatement count(m_db, "SELECT count(*) FROM event");
+    CStatement count(m_db, "SELECT coalesce(sum(events), 0) FROM day");
     return count && count.Step() == SQLITE_ROW ? count.Int(0) : 0;
 }
 

@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -100,7 +101,7 @@ public:
 
 private:
     struct DayRow {
-        qint64 id, size, modified, first, last, base;
+        qint64 id, size, modified, base;
         QDate day;
     };
     bool Create(QString* why);
@@ -108,14 +109,20 @@ private:
     bool Exec(const char* sql);
     QString LastError() const;
     std::int64_t Intern(int kind, std::string_view text);
-    bool IndexDay(const CDayFile& file, const CLogStore& store, const CDayReader::Stamp& stamp);
+    // Stores a day: its store and what the reading thread packed of it.
+    bool IndexDay(const CDayFile& file, const CLogStore& store, std::string_view packed,
+                  const CDayReader::Stamp& stamp);
     std::unordered_map<std::string, DayRow> Days() const;
-    // Deletes a day's events, its accounts' runs and the day itself.
-    bool ForgetDay(std::int64_t id, std::int64_t first, std::int64_t last);
+    // Deletes a day's runs of events and the day itself.
+    bool ForgetDay(std::int64_t id);
 
     sqlite3* m_db = nullptr;
     QString m_file;
     // Interned texts by kind, as in the file.
-    std::vector<std::unordered_map<std::string, std::int64_t>> m_names;
-    std::int64_t m_nextName = 1;
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    std::vector<std::unordered_map<std::string, std::int64_t, TextHash, std::equal_to<>>> m_names;
+    std::int64_t m_namesVersion = -1; // the data_version they were read at
 };
