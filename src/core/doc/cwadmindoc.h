@@ -254,9 +254,11 @@ private:
     // The file under path as this process opens it; empty when it cannot be reached.
     std::filesystem::path LocalLogFile(const QString& path) const;
     // Reads a day log as the loader does, on any thread: a file that cannot be
-    // read is a day without events; stamp is kept then.
+    // read is a day without events; stamp is kept then. Unfinished for a
+    // reader that needs no display texts or sort ranks.
     static CDayPrefetch::Day ReadLogDay(const std::filesystem::path& local, CDayReader::Stamp stamp,
-                                        const TimeShifts& shifts, const CDayReader::SectionSeen& seen = {});
+                                        const TimeShifts& shifts, const CDayReader::SectionSeen& seen = {},
+                                        bool finish = true);
     // Makes a read day the loaded records of path.
     void AdoptLog(const QString& path, CDayPrefetch::Day day);
     std::shared_ptr<const CLogStore> m_logRecords = EmptyLog();

@@ -170,14 +170,15 @@ std::filesystem::path CCwadminDoc::LocalLogFile(const QString& path) const {
 }
 
 CDayPrefetch::Day CCwadminDoc::ReadLogDay(const std::filesystem::path& local, CDayReader::Stamp stamp,
-                                          const TimeShifts& shifts, const CDayReader::SectionSeen& seen) {
+                                          const TimeShifts& shifts, const CDayReader::SectionSeen& seen,
+                                          bool finish) {
     CDayPrefetch::Day day;
     day.stamp = stamp;
     std::string bytes;
     try {
         // A missing or unreadable file is a day without events.
         if (!local.empty() && CDayReader::ReadFile(local, &bytes, &day.stamp))
-            day.store = CDayReader::Parse(std::move(bytes), seen);
+            day.store = CDayReader::Parse(std::move(bytes), seen, finish);
     } catch (const std::bad_alloc&) {
         day.outOfMemory = true;
     }

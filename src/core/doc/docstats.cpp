@@ -16,6 +16,9 @@
 #include <QThread>
 
 #include <algorithm>
+#ifdef __linux__
+#include <fcntl.h>
+#endif
 #include <mutex>
 
 using namespace Qt::StringLiterals;
@@ -158,13 +161,10 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
     }
 
     const int year = m_year, month = m_month, day = m_day;
-    // Put back at the end, so that the shown day is read again only if it changed.
-    const std::shared_ptr<const CLogStore> shownRecords = m_logRecords;
-    const QString shownFile = m_loadedLogFile;
-    const qint64 shownTime = m_loadedLogTime, shownSize = m_loadedLogSize;
     bool loadFailed = false, writeFailed = false;
     {
-        // No other load replaces the records while the export shows its days.
+        // The caption follows the exported days; the records stay the shown
+        // day's, and no other load starts meanwhile.
         m_logLoading = true;
         struct Done {
             bool& flag;
@@ -190,7 +190,7 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
             [&](std::size_t i) {
                 if (found && !QFileInfo::exists(QString::fromStdString(locals[i].string())))
                     return CDayPrefetch::Day{};
-                CDayPrefetch::Day loaded = ReadLogDay(locals[i], {}, shifts);
+                CDayPrefetch::Day loaded = ReadLogDay(locals[i], {}, shifts, {}, false);
                 if (loaded.outOfMemory)
                     return loaded;
                 {
@@ -213,9 +213,17 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
         if (painting)
             QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
 
+        qint64 written = 0;
         const auto write = [&](const std::string& bytes) {
             if (!writeFailed && file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
                 writeFailed = true;
+#ifdef __linux__
+            // The disk starts on what is written while the next days are read,
+            // instead of all of it waiting for the commit's sync.
+            if (!writeFailed && file.flush())
+                ::sync_file_range(file.handle(), written, qint64(bytes.size()), SYNC_FILE_RANGE_WRITE);
+#endif
+            written += qint64(bytes.size());
         };
         write(CSessionExportWriter::Header());
         for (std::size_t i = 0; i < plan.size(); ++i) {
@@ -237,7 +245,6 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
                 ++result.logs;
                 result.events += qint64(loaded.store->Count());
                 std::string lines = std::move(loaded.output);
-                AdoptLog(plan[i].path, std::move(loaded));
                 write(lines);
                 lines.clear();
                 {
@@ -255,10 +262,6 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
         SetStatus(u"Ready"_s);
         m_waitProgressDraw->Set();
     }
-    m_logRecords = shownRecords;
-    m_loadedLogFile = shownFile;
-    m_loadedLogTime = shownTime;
-    m_loadedLogSize = shownSize;
     NavigateTo(year, month, day);
     LoadLogRecords(0);
 

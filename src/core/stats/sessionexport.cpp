@@ -26,15 +26,24 @@ void AppendTwoDigits(int value, std::string* out) {
     out->push_back(char('0' + value % 10));
 }
 
-// The texts of a name table's ids, in the file's code page.
+// The texts of a name table's ids, in the file's code page (a store need not
+// be finished).
 std::vector<std::string> EncodedNames(const CNameTable& table) {
     std::vector<std::string> names(table.Count());
     for (std::uint32_t id = 0; id < table.Count(); ++id) {
         // ASCII reads and writes as itself; other bytes go through the display text.
         const std::string_view text = table.Text(id);
-        const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-        names[id] = ascii && qsizetype(text.size()) == table.Display(id).size() ? std::string(text)
-                                                                                : Bytes(table.Display(id));
+        const bool plain =
+            std::all_of(text.begin(), text.end(), [](char c) { return c != 0 && (c & 0x80) == 0; });
+        if (plain) {
+            names[id] = std::string(text);
+            continue;
+        }
+        const QString display = CAnsi::ToQString(text);
+        names[id] = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; }) &&
+                            qsizetype(text.size()) == display.size()
+                        ? std::string(text)
+                        : Bytes(display);
     }
     return names;
 }
