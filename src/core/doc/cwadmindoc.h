@@ -261,6 +261,21 @@ private:
                                         bool finish = true);
     // Makes a read day the loaded records of path.
     void AdoptLog(const QString& path, CDayPrefetch::Day day);
+    // While it lives a load runs: no other starts, the cursor waits and the status says so.
+    class CLogLoading {
+    public:
+        explicit CLogLoading(CCwadminDoc& doc) : m_doc(doc), m_wait(doc.m_frame) {
+            doc.m_logLoading = true;
+            doc.SetStatus(QStringLiteral("Loading Log Records..."));
+        }
+        ~CLogLoading() { m_doc.m_logLoading = false; }
+        CLogLoading(const CLogLoading&) = delete;
+        CLogLoading& operator=(const CLogLoading&) = delete;
+
+    private:
+        CCwadminDoc& m_doc;
+        CWaitCursor m_wait;
+    };
     std::shared_ptr<const CLogStore> m_logRecords = EmptyLog();
     QString m_loadedLogFile;
     qint64 m_loadedLogTime = 0;

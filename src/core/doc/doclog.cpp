@@ -96,14 +96,7 @@ bool CCwadminDoc::LoadLogRecords(int keepPath) {
     // A timer or a hint arriving while the worker runs must not start another load.
     if (m_logLoading)
         return false;
-    m_logLoading = true;
-    struct Done {
-        bool& flag;
-        ~Done() { flag = false; }
-    } done{m_logLoading};
-
-    CWaitCursor wait(m_frame);
-    SetStatus(u"Loading Log Records..."_s);
+    const CLogLoading loading(*this);
     if (keepPath == 0)
         CreateCurrentFileName();
     const QString path = m_currentLogFile;

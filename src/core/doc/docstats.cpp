@@ -165,13 +165,7 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
     {
         // The caption follows the exported days; the records stay the shown
         // day's, and no other load starts meanwhile.
-        m_logLoading = true;
-        struct Done {
-            bool& flag;
-            ~Done() { flag = false; }
-        } done{m_logLoading};
-        CWaitCursor wait(m_frame);
-        SetStatus(u"Loading Log Records..."_s);
+        const CLogLoading loading(*this);
         const TimeShifts shifts = LogTimeShifts();
         std::vector<std::filesystem::path> locals;
         for (const Planned& planned : plan)
