@@ -97,6 +97,8 @@ void TestSessionExport::ranges_data() {
     QTest::newRow("today only") << 1 << 1 << QDate() << QDate() << u"D23"_s;
     QTest::newRow("last three days") << 1 << 3 << QDate() << QDate() << u"D23 D22 D21"_s;
     QTest::newRow("From = To") << 2 << 0 << QDate(2026, 11, 21) << QDate(2026, 11, 21) << u"D21"_s;
+    QTest::newRow("From = To at a month's end")
+        << 2 << 0 << QDate(2026, 11, 30) << QDate(2026, 11, 30) << QString();
     QTest::newRow("To left out") << 2 << 0 << QDate(2026, 11, 20) << QDate(2026, 11, 22) << u"D20 D21"_s;
     QTest::newRow("over a month's end") << 2 << 0 << QDate(2026, 11, 30) << QDate(2026, 12, 2) << u"X01"_s;
     QTest::newRow("no log files") << 2 << 0 << QDate(2026, 10, 1) << QDate(2026, 10, 5) << QString();

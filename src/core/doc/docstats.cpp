@@ -155,7 +155,10 @@ CSessionExportResult CCwadminDoc::ExportSessions(const CSessionExportSettings& s
         for (int done = 1;; ++done) {
             plan.push_back({CreateLogFileName(noon(date)), date, done});
             date = Step(date, 2);
-            if (date.year() == to.year() && date.month() == to.month() && date.day() >= to.day())
+            // From = To is that day alone, at a month's end too, where the rule
+            // would run on to the same day of the next year.
+            if (settings.from == to ||
+                (date.year() == to.year() && date.month() == to.month() && date.day() >= to.day()))
                 break;
         }
     }
