@@ -91,6 +91,34 @@ std::int64_t Unzigzag(std::uint64_t v) {
     return std::int64_t(v >> 1) ^ -std::int64_t(v & 1);
 }
 
+char* PutVarint(char* at, std::uint64_t v) {
+    while (v >= 0x80) {
+        *at++ = char(v | 0x80);
+        v >>= 7;
+    }
+    *at++ = char(v);
+    return at;
+}
+
+void PutVarint(std::string* out, std::uint64_t v) {
+    char bytes[10];
+    out->append(bytes, std::size_t(PutVarint(bytes, v) - bytes));
+}
+
+bool GetVarint(std::string_view* in, std::uint64_t* value) {
+    std::uint64_t v = 0;
+    for (int shift = 0; !in->empty() && shift < 64; shift += 7) {
+        const auto byte = std::uint8_t(in->front());
+        in->remove_prefix(1);
+        v |= std::uint64_t(byte & 0x7F) << shift;
+        if (byte < 0x80) {
+            *value = v;
+            return true;
+        }
+    }
+    return false;
+}
+
 // An account's events of a day, each as varints: the position in the log
 // after the previous one's, the time against the previous one's (zigzag), the
 // channel, action and reason (zigzag), lasted (zigzag), the IP address, the
@@ -103,17 +131,17 @@ public:
              std::int64_t bytesIn, std::int64_t bytesOut) {
         char line[11 * 10];
         char* at = line;
-        at = Put(at, std::uint64_t(seq - m_seq - 1));
-        at = Put(at, Zigzag(time - m_time));
-        at = Put(at, std::uint64_t(channel));
-        at = Put(at, Zigzag(actionReason));
-        at = Put(at, Zigzag(lasted));
-        at = Put(at, ip);
-        at = Put(at, std::uint64_t(ipx));
-        at = Put(at, std::uint64_t(netbios));
-        at = Put(at, std::uint64_t(info));
-        at = Put(at, Zigzag(bytesIn + 1));
-        at = Put(at, Zigzag(bytesOut + 1));
+        at = PutVarint(at, std::uint64_t(seq - m_seq - 1));
+        at = PutVarint(at, Zigzag(time - m_time));
+        at = PutVarint(at, std::uint64_t(channel));
+        at = PutVarint(at, Zigzag(actionReason));
+        at = PutVarint(at, Zigzag(lasted));
+        at = PutVarint(at, ip);
+        at = PutVarint(at, std::uint64_t(ipx));
+        at = PutVarint(at, std::uint64_t(netbios));
+        at = PutVarint(at, std::uint64_t(info));
+        at = PutVarint(at, Zigzag(bytesIn + 1));
+        at = PutVarint(at, Zigzag(bytesOut + 1));
         m_bytes.append(line, std::size_t(at - line));
         m_seq = seq;
         m_time = time;
@@ -122,14 +150,6 @@ public:
     void Reserve(std::size_t events) { m_bytes.reserve(events * 24); }
 
 private:
-    static char* Put(char* at, std::uint64_t v) {
-        while (v >= 0x80) {
-            *at++ = char(v | 0x80);
-            v >>= 7;
-        }
-        *at++ = char(v);
-        return at;
-    }
     std::string m_bytes;
     std::int64_t m_seq = -1, m_time;
 };
@@ -143,15 +163,14 @@ struct RunEvent {
 // Reads what CRunWriter wrote; false at the end or on bytes that are no run.
 class CRunReader {
 public:
-    CRunReader(std::string_view bytes, std::int64_t base)
-        : m_at(bytes.data()), m_end(m_at + bytes.size()), m_time(base) {}
-    bool AtEnd() const { return m_at == m_end; }
+    CRunReader(std::string_view bytes, std::int64_t base) : m_bytes(bytes), m_time(base) {}
+    bool AtEnd() const { return m_bytes.empty(); }
     bool Next(RunEvent* e) {
-        const char* start = m_at;
+        const std::string_view start = m_bytes;
         std::uint64_t v[11];
         for (std::uint64_t& value : v)
-            if (!Get(&value)) {
-                m_at = start; // a cut event leaves the run unread to its end
+            if (!GetVarint(&m_bytes, &value)) {
+                m_bytes = start; // a cut event leaves the run unread to its end
                 return false;
             }
         m_seq += std::int64_t(v[0]) + 1;
@@ -171,44 +190,9 @@ public:
     }
 
 private:
-    bool Get(std::uint64_t* value) {
-        std::uint64_t v = 0;
-        for (int shift = 0; m_at < m_end && shift < 64; shift += 7) {
-            const auto byte = std::uint8_t(*m_at++);
-            v |= std::uint64_t(byte & 0x7F) << shift;
-            if (byte < 0x80) {
-                *value = v;
-                return true;
-            }
-        }
-        return false;
-    }
-    const char* m_at;
-    const char* m_end;
+    std::string_view m_bytes;
     std::int64_t m_seq = -1, m_time;
 };
-
-void PutVarint(std::string* out, std::uint64_t v) {
-    while (v >= 0x80) {
-        out->push_back(char(v | 0x80));
-        v >>= 7;
-    }
-    out->push_back(char(v));
-}
-
-bool GetVarint(std::string_view* in, std::uint64_t* value) {
-    std::uint64_t v = 0;
-    for (int shift = 0; !in->empty() && shift < 64; shift += 7) {
-        const auto byte = std::uint8_t(in->front());
-        in->remove_prefix(1);
-        v |= std::uint64_t(byte & 0x7F) << shift;
-        if (byte < 0x80) {
-            *value = v;
-            return true;
-        }
-    }
-    return false;
-}
 
 void PutText(std::string* out, std::string_view text) {
     PutVarint(out, text.size());
@@ -517,27 +501,28 @@ bool CSessionIndex::IndexDay(const CDayFile& file, const CLogStore& store, std::
     // The day's numbers for texts become the name table's ids.
     DayNames names;
     std::string_view in = packed;
-    std::uint64_t count = 0;
     std::string_view text;
-    if (!GetVarint(&in, &count))
+    // A packed list of texts: a count, then each text.
+    const auto internList = [&](int kind, std::vector<std::int64_t>* ids) {
+        std::uint64_t count = 0;
+        if (!GetVarint(&in, &count))
+            return false;
+        for (std::uint64_t k = 0; k < count; ++k) {
+            if (!GetText(&in, &text))
+                return false;
+            ids->push_back(Intern(kind, text));
+        }
+        return true;
+    };
+    if (!internList(Channel, &names.ids[0]))
         return failed();
-    for (std::uint64_t k = 0; k < count; ++k) {
-        if (!GetText(&in, &text))
-            return failed();
-        names.ids[0].push_back(Intern(Channel, text));
-    }
     for (std::uint32_t id = 0; id < store.Ipx().Count(); ++id)
         names.ids[1].push_back(Intern(Ipx, store.Ipx().Text(id)));
     for (std::uint32_t id = 0; id < store.Netbios().Count(); ++id)
         names.ids[2].push_back(Intern(Netbios, store.Netbios().Text(id)));
     names.ids[3].push_back(0);
-    if (!GetVarint(&in, &count))
+    if (!internList(Info, &names.ids[3]))
         return failed();
-    for (std::uint64_t k = 0; k < count; ++k) {
-        if (!GetText(&in, &text))
-            return failed();
-        names.ids[3].push_back(Intern(Info, text));
-    }
     for (const auto& kind : names.ids)
         if (std::any_of(kind.begin(), kind.end(), [](std::int64_t id) { return id < 0; }))
             return failed();
